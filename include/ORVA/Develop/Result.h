@@ -1,0 +1,48 @@
+/// @file
+/// The result of a component call, with reporting on demand.
+#pragma once
+
+#include "ORVA/Core/Export.h"
+
+namespace ORVA
+{
+
+/// Set by a host to have every failed `hr` logged at level 8. The library only reads it.
+extern ORVA_API bool bLogFailedHRESULT;
+/// Set by a host to have every failed `hr` reported as a failed assumption. The library only reads it.
+extern ORVA_API bool bBreakOnHRESULT;
+/// For the host's own use; the library never reads it.
+extern ORVA_API bool bShowAssert;
+
+/// Wraps the result of a component call: negative is failure, anything else success.
+///
+/// The sign is that of all 64 bits, so a 32-bit failure code that was not sign-extended counts as success.
+/// A plain value; constructing one from a failure reports it as the two flags above ask.
+class ORVA_API hr
+{
+public:
+    /// Stores `lResult`. If it is negative, first `bBreakOnHRESULT` and then `bLogFailedHRESULT` may report it.
+    hr(long lResult);
+
+    /// True for success.
+    operator bool() { return lResult >= 0; }
+    /// True for success.
+    operator bool() const { return lResult >= 0; }
+
+    bool operator==(hr const& other) const { return lResult == other.lResult; }
+    bool operator==(long other) const { return lResult == other; }
+    bool operator==(int other) const { return lResult == other; }
+    bool operator!=(hr const& other) const { return lResult != other.lResult; }
+    bool operator!=(long other) const { return lResult != other; }
+    bool operator!=(int other) const { return lResult != other; }
+
+    // Both forms: with the constant one alone, a variable would convert to a number by way of `operator bool()`.
+    /// The wrapped result.
+    operator long() { return lResult; }
+    /// The wrapped result.
+    operator long() const { return lResult; }
+
+    long lResult; ///< the wrapped result
+};
+
+} // namespace ORVA

@@ -1,0 +1,10 @@
+/// @file
+/// The whole library.
+#pragma once
+
+#include "ORVA/Buffers.h"
+#include "ORVA/Core.h"
+#include "ORVA/Develop.h"
+#include "ORVA/Lookup.h"
+#include "ORVA/String.h"
+#include "ORVA/Threading.h"

@@ -1,0 +1,161 @@
+// The catalog example as a program: arguments, files, exit status, terminals and pipes.
+
+#include "catalog_test.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+namespace examples
+{
+
+using CatalogProgram = CatalogTest;
+
+TEST_F(CatalogProgram, ReadsSeveralFilesAsOneList)
+{
+    Outcome const done = run({"--json", work.file("one", "a/b\n"), work.file("two", "b/c")});
+    EXPECT_EQ(done.status, 0);
+    Json const json = JsonReader(done.out).read();
+    EXPECT_EQ(json["files_read"].number(), 2U);
+    EXPECT_EQ(json["lines"].number(), 2U);
+    EXPECT_EQ(names(json["most_frequent"]), (Names{"b", "a", "c"}));
+}
+
+TEST_F(CatalogProgram, ReadsStandardInputBesideFiles)
+{
+    Outcome const done = run({work.file("one", "a\n"), "-", "--json"}, "b\nb\n");
+    Json const json = JsonReader(done.out).read();
+    EXPECT_EQ(names(json["most_frequent"]), (Names{"b", "a"}));
+}
+
+TEST_F(CatalogProgram, ReadsTheOthersWhenAFileCannotBeRead)
+{
+    Outcome const done = run({"--json", work.file("one", "a\n"), "missing\x1B", work.path(), work.file("two", "b\n")});
+    EXPECT_EQ(done.status, 2);
+    EXPECT_NE(done.err.find("catalog: cannot read 'missing\\x1B': No such file or directory\n"), std::string::npos)
+        << done.err;
+    EXPECT_NE(done.err.find("catalog: cannot read '" + work.path() + "': it is a directory, not a file of names\n"),
+              std::string::npos)
+        << done.err;
+    Json const json = JsonReader(done.out).read();
+    EXPECT_EQ(json["files_read"].number(), 2U);
+    EXPECT_EQ(json["files_unreadable"].number(), 2U);
+    EXPECT_EQ(names(json["most_frequent"]), (Names{"a", "b"}));
+}
+
+TEST_F(CatalogProgram, ReportsNothingWhenNothingCanBeRead)
+{
+    for (std::string const path : {"missing", ""})
+    {
+        Outcome const done = run({path});
+        EXPECT_EQ(done.status, 2);
+        EXPECT_EQ(done.out, "");
+        EXPECT_EQ(done.err, "catalog: cannot read '" + path + "': No such file or directory\n");
+    }
+}
+
+TEST_F(CatalogProgram, RefusesUnknownOptions)
+{
+    Outcome const done = run({"--jsn", work.file("one", "a\n")});
+    EXPECT_EQ(done.status, 2);
+    EXPECT_EQ(done.out, "");
+    EXPECT_EQ(done.err, "catalog: unknown option '--jsn' (catalog --help tells more)\n");
+}
+
+TEST_F(CatalogProgram, TakesAFileWithADashAfterTwoDashes)
+{
+    work.file("--json", "a\n");
+    Outcome const done = run({"--", "--json"});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.out.find("Catalogue of --json\n"), 0U) << done.out;
+}
+
+TEST_F(CatalogProgram, HelpTellsTheUsage)
+{
+    for (char const* option : {"--help", "-h"})
+    {
+        Outcome const done = run({option});
+        EXPECT_EQ(done.status, 0);
+        EXPECT_EQ(done.err, "");
+        EXPECT_EQ(done.out.find("usage: catalog [--json] [FILE...]\n"), 0U);
+        EXPECT_NE(done.out.find("Standard input is not read then, even if it is a pipe."), std::string::npos);
+    }
+}
+
+TEST_F(CatalogProgram, WithoutFilesReadsTheMachinesListAndNotStandardInput)
+{
+    namespace fs = std::filesystem;
+    unsigned long files = 0;
+    unsigned long bytes = 0;
+    std::error_code error;
+    for (fs::directory_entry const& entry : fs::directory_iterator("/var/lib/dpkg/info", error))
+    {
+        if (entry.path().extension() == ".list")
+        {
+            ++files;
+            bytes += entry.file_size();
+        }
+    }
+    Outcome const done = run({"--json"}, "from/standard/input\n");
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.err, "");
+    Json const json = JsonReader(done.out).read();
+    EXPECT_GT(json["components"].number(), json["distinct"].number());
+    EXPECT_GT(json["distinct"].number(), 1000U);
+    EXPECT_EQ(json["pool"]["verified"].text, "true");
+    if (files != 0)
+    {
+        EXPECT_EQ(json["files_read"].number(), files);
+        EXPECT_EQ(json["bytes"].number(), bytes);
+    }
+    else
+    {
+        EXPECT_EQ(json["title"].text, "the files on this machine: the tree under /usr");
+    }
+}
+
+TEST_F(CatalogProgram, EndsQuietlyWhenItsReaderHasGone)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    close(ends[0]);
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "-"}, "a\n", ends[1], -1);
+    close(ends[1]);
+    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.err, "");
+}
+
+TEST_F(CatalogProgram, TellsWhenTheReportCannotBeWritten)
+{
+    int const full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (full < 0)
+        GTEST_SKIP() << "there is no /dev/full here";
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "-"}, "a\n", full, -1);
+    close(full);
+    EXPECT_EQ(done.status, 1);
+    EXPECT_EQ(done.err, "catalog: cannot write the report: No space left on device\n");
+}
+
+TEST_F(CatalogProgram, ShowsProgressOnATerminalAndWipesItOut)
+{
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(end, 0);
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", "-"}, "a/b/c\n", -1, end);
+    EXPECT_EQ(done.status, 0);
+
+    char seen[4096] = "";
+    ASSERT_EQ(fcntl(terminal, F_SETFL, O_NONBLOCK), 0);
+    ssize_t const size = read(terminal, seen, sizeof seen - 1);
+    close(end);
+    close(terminal);
+    ASSERT_GT(size, 0);
+    EXPECT_EQ(std::string(seen, static_cast<std::size_t>(size)),
+              "\r1 lines, 3 components\r" + std::string(79, ' ') + "\r");
+    EXPECT_EQ(JsonReader(done.out).read()["lines"].number(), 1U);
+}
+
+} // namespace examples

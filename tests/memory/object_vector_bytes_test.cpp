@@ -1,0 +1,197 @@
+// Elements that may be moved by bytes: a sole owner grows without copies, and nothing else changes.
+#include "ORVA/Buffers/ObjectVector.h"
+#include "support/AllocationFailure.h"
+#include "support/BlockProbe.h"
+#include "support/CountedElement.h"
+#include "support/LogRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+template <>
+struct ORVA::Buffers::MovesByBytes<support::MovableCountedElement> : std::true_type
+{
+};
+
+namespace
+{
+
+using namespace support;
+using ORVA::Buffers::CPObjectVector;
+using ORVA::Buffers::MovesByBytes;
+using Vector = CPObjectVector<MovableCountedElement>;
+using Values = std::vector<int>;
+
+static_assert(MovesByBytes<CPObjectMemory>::value, "handles may be moved");
+static_assert(!MovesByBytes<CountedElement>::value, "other types must not unless they say so");
+
+Values values(Vector const& vector)
+{
+    Values result;
+    for (MovableCountedElement const& element : vector)
+        result.push_back(element.value());
+    return result;
+}
+
+Vector filled(int count)
+{
+    Vector vector;
+    for (int value = 0; value < count; ++value)
+        EXPECT_EQ(vector.Insert(MovableCountedElement(value), ULONG_MAX), 1);
+    return vector;
+}
+
+Values sequence(int count)
+{
+    Values result;
+    for (int value = 0; value < count; ++value)
+        result.push_back(value);
+    return result;
+}
+
+class ObjectVectorByBytes : public testing::Test
+{
+protected:
+    void SetUp() override { CountedElement::reset(); }
+    void TearDown() override
+    {
+        EXPECT_EQ(CountedElement::live(), 0);
+        EXPECT_EQ(recorder.take(), LogMessages()) << "nothing here is reported";
+    }
+    LogRecorder recorder;
+};
+
+TEST_F(ObjectVectorByBytes, a_sole_owner_grows_without_copies)
+{
+    Vector vector = filled(16);
+    MovableCountedElement const item(99);
+    CountedElement::counters().order.clear();
+    EXPECT_EQ(vector.Insert(item, 3), 1);
+    EXPECT_EQ(CountedElement::counters().order, Calls{"copy 99"}) << "the item's copy is the only one";
+    Values expected = sequence(16);
+    expected.insert(expected.begin() + 3, 99);
+    EXPECT_EQ(values(vector), expected);
+    EXPECT_EQ(vector.GetAllocSize(), 32 * sizeof(MovableCountedElement));
+}
+
+TEST_F(ObjectVectorByBytes, a_shared_vector_grows_by_copies)
+{
+    Vector vector = filled(16);
+    Vector const other(vector);
+    MovableCountedElement const item(99);
+    CountedElement::counters().order.clear();
+    EXPECT_EQ(vector.Insert(item, ULONG_MAX), 1);
+    EXPECT_EQ(CountedElement::counters().order.size(), 17U);
+    EXPECT_EQ(values(other), sequence(16));
+    EXPECT_EQ(vector.GetCount(), 17U);
+}
+
+TEST_F(ObjectVectorByBytes, reserve_moves_for_a_sole_owner_and_copies_for_others)
+{
+    Vector vector = filled(3);
+    CountedElement::counters().order.clear();
+    EXPECT_EQ(vector.Reserve(40), 1);
+    EXPECT_EQ(CountedElement::counters().order, Calls());
+    EXPECT_EQ(values(vector), sequence(3));
+    Vector const other(vector);
+    EXPECT_EQ(vector.Reserve(50), 1);
+    EXPECT_EQ(CountedElement::counters().order, (Calls{"copy 0", "copy 1", "copy 2"}));
+    EXPECT_EQ(values(vector), sequence(3));
+    EXPECT_EQ(values(other), sequence(3));
+}
+
+TEST_F(ObjectVectorByBytes, an_element_of_the_vector_may_be_inserted_at_every_place)
+{
+    for (int count : {3, 16})
+        for (int source = 0; source < count; ++source)
+            for (int index = 0; index <= count; ++index)
+            {
+                Vector vector = filled(count);
+                Values expected = sequence(count);
+                expected.insert(expected.begin() + index, source);
+                ASSERT_EQ(vector.Insert(vector[static_cast<unsigned long>(source)], static_cast<unsigned long>(index)),
+                          1);
+                ASSERT_EQ(values(vector), expected) << count << ' ' << source << ' ' << index;
+            }
+}
+
+TEST_F(ObjectVectorByBytes, a_copy_that_throws_leaves_the_vector_as_it_was)
+{
+    Vector vector = filled(16);
+    MovableCountedElement const item(99);
+    void const* const elements = vector.get_cptr();
+    CountedElement::counters().throw_on_copy = 1;
+    EXPECT_THROW(vector.Insert(item, 2), ElementError);
+    EXPECT_EQ(vector.get_cptr(), elements);
+    EXPECT_EQ(values(vector), sequence(16));
+
+    Vector const other(vector);
+    for (unsigned long nth = 1; nth <= 17; ++nth)
+    {
+        CountedElement::counters().throw_on_copy = nth;
+        EXPECT_THROW(vector.Insert(item, 2), ElementError);
+        EXPECT_EQ(vector.get_cptr(), elements);
+        EXPECT_EQ(values(vector), sequence(16));
+        EXPECT_EQ(CountedElement::live(), 17);
+    }
+}
+
+TEST_F(ObjectVectorByBytes, without_memory_the_vector_is_as_it_was)
+{
+    Vector vector = filled(16);
+    MovableCountedElement const item(99);
+    AllocationFailure const failure(1, AllocationFailure::forever);
+    EXPECT_EQ(vector.Insert(item, 2), 0);
+    EXPECT_EQ(vector.Reserve(40), 0);
+    EXPECT_EQ(failure.failures(), 2U);
+    EXPECT_EQ(values(vector), sequence(16));
+}
+
+// The copy of such an item makes the vector's block a shared one while it grows. The element then refers to the old
+// block, which must have kept its elements.
+TEST_F(ObjectVectorByBytes, a_vector_of_handles_may_take_a_handle_on_itself)
+{
+    CPObjectVector<CPObjectMemory> vector;
+    CPObjectMemory item;
+    ASSERT_EQ(item.Alloc(8, &BlockProbe::table), 1);
+    for (int count = 0; count < 16; ++count)
+        ASSERT_EQ(vector.Insert(item, 0), 1);
+    void const* const old = vector.get_cptr();
+    EXPECT_EQ(vector.Insert(vector, 0), 1);
+
+    EXPECT_EQ(vector.GetCount(), 17U);
+    EXPECT_NE(vector.get_cptr(), old);
+    CPObjectVector<CPObjectMemory> const inner(vector[0]);
+    EXPECT_EQ(inner.get_cptr(), old);
+    ASSERT_EQ(inner.GetCount(), 16U);
+    for (unsigned long index = 0; index < 16; ++index)
+    {
+        EXPECT_TRUE(inner[index] == item);
+        EXPECT_TRUE(vector[index + 1] == item);
+    }
+    EXPECT_EQ(item.lockcnt(), 33U);
+}
+
+TEST_F(ObjectVectorByBytes, handles_keep_their_counts_when_their_vector_grows)
+{
+    CPObjectMemory item;
+    ASSERT_EQ(item.Alloc(8, &BlockProbe::table), 1);
+    {
+        CPObjectVector<CPObjectMemory> vector;
+        for (unsigned int count = 1; count <= 100; ++count)
+        {
+            ASSERT_EQ(vector.Insert(item, ULONG_MAX), 1);
+            ASSERT_EQ(item.lockcnt(), count + 1);
+        }
+        CPObjectVector<CPObjectMemory> copy(vector);
+        EXPECT_EQ(item.lockcnt(), 101U) << "a copy of the vector's handle copies no element";
+        EXPECT_EQ(copy.clone(), 1);
+        EXPECT_EQ(item.lockcnt(), 201U);
+    }
+    EXPECT_EQ(item.lockcnt(), 1U);
+    item.free();
+    BlockProbe::reset();
+}
+
+} // namespace

@@ -1,0 +1,19 @@
+// The global objects of the string pool. statics.cpp defines them, and fixes the order in which they come and go.
+#pragma once
+
+#include "cstringpool/pooled_strings.h"
+
+#include "ORVA/String/PoolTables.h"
+#include "ORVA/String/StringInfo.h"
+#include "ORVA/Threading/CriticalSection.h"
+
+namespace ORVA::String
+{
+
+extern CStringInfo const g_evaluator;
+extern CCaseInsensitiveHash g_insensitive_table;
+extern PooledStrings g_sensitive_table;
+// Guards both tables, the ages of all records, and every enumeration.
+extern Threading::CPCriticalSection g_pool_lock;
+
+} // namespace ORVA::String
