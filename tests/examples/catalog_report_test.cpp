@@ -124,11 +124,17 @@ TEST_F(CatalogReport, TextNamesTheSpellingsOfAWord)
 
 TEST_F(CatalogReport, TextShowsNothingThatControlsATerminal)
 {
-    Outcome const done = run({"-"}, "a\x1B[31m\\\x07\x7F\xC2\x9B\xE2\x80\xAE\xC3\xA4\n");
-    EXPECT_NE(done.out.find("  a\\x1B[31m\\\\\\x07\\x7F\\xC2\\x9B\\xE2\\x80\\xAE\xC3\xA4\n"), std::string::npos)
-        << done.out;
-    for (char const* raw : {"\x1B", "\x07", "\x7F", "\xC2\x9B", "\xE2\x80\xAE"})
-        EXPECT_EQ(done.out.find(raw), std::string::npos);
+    Outcome const done = run({"-"}, "a\x1B[31m\\\x07\x7F\xC3\xA4\n");
+    EXPECT_NE(done.out.find("  a\\x1B[31m\\\\\\x07\\x7F\xC3\xA4\n"), std::string::npos) << done.out;
+
+    // C1 controls, marks and overrides of the writing direction, separators, and what is not seen at all.
+    for (std::string const raw : {"\xC2\x80", "\xC2\x9B", "\xC2\x9F", "\xD8\x9C", "\xE2\x80\x8B", "\xE2\x80\x8F",
+                                  "\xE2\x80\xA8", "\xE2\x80\xAE", "\xE2\x81\xA0", "\xE2\x81\xA6", "\xEF\xBB\xBF"})
+    {
+        std::string const out = run({"-"}, "name" + raw + "\n").out;
+        EXPECT_NE(out.find("  name\\x"), std::string::npos) << out;
+        EXPECT_EQ(out.find(raw), std::string::npos) << out;
+    }
 }
 
 TEST_F(CatalogReport, TextCutsLongNames)

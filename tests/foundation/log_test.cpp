@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 #include <new>
@@ -11,6 +12,8 @@
 #include <thread>
 #include <type_traits>
 #include <vector>
+
+#include <unwind.h>
 
 namespace
 {
@@ -45,6 +48,25 @@ void logger_that_throws_a_number(_nqfDebugLevel, wchar_t const*, char const*, in
 {
     ++calls;
     throw 5;
+}
+
+// Raises what code in another language would: an exception of the platform that is none of C++.
+_Unwind_Exception foreign_exception = {};
+
+void logger_that_raises_a_foreign_exception(_nqfDebugLevel, wchar_t const*, char const*, int, wchar_t const*, va_list)
+{
+    ++calls;
+    foreign_exception = {};
+    foreign_exception.exception_class = 0x4F5448455254455FULL;
+    _Unwind_RaiseException(&foreign_exception);
+}
+
+std::atomic<int> calls_of_all_threads{0};
+
+void logger_that_throws_in_every_thread(_nqfDebugLevel, wchar_t const*, char const*, int, wchar_t const*, va_list)
+{
+    ++calls_of_all_threads;
+    throw std::runtime_error("logger");
 }
 
 // Writes a second message from inside the first.
@@ -204,6 +226,35 @@ TEST_F(Log, any_exception_removes_a_logger)
     EXPECT_NO_THROW(OS::RTABox("first", "second"));
     EXPECT_NO_THROW(OS::RTABox("first", "second"));
     EXPECT_EQ(calls, 1);
+}
+
+TEST_F(Log, a_foreign_exception_removes_a_logger)
+{
+    SetExternalLogger(logger_that_raises_a_foreign_exception);
+    _logWrite(_nqfDebugNotice, L"ORVA", "file", 1, L"a");
+    _logWrite(_nqfDebugNotice, L"ORVA", "file", 1, L"b");
+    EXPECT_EQ(calls, 1);
+}
+
+// At most the messages that are on their way when the first exception arrives still reach the logger.
+TEST_F(Log, a_logger_that_throws_in_several_threads_at_once_is_removed)
+{
+    constexpr int threads = 4;
+    constexpr int messages = 1000;
+    calls_of_all_threads = 0;
+    SetExternalLogger(logger_that_throws_in_every_thread);
+    std::vector<std::thread> writers;
+    for (int thread = 0; thread < threads; ++thread)
+        writers.emplace_back(
+            []
+            {
+                for (int index = 0; index < messages; ++index)
+                    _logWrite(_nqfDebugNotice, L"ORVA", "file", 1, L"a");
+            });
+    for (std::thread& writer : writers)
+        writer.join();
+    EXPECT_GE(calls_of_all_threads, 1);
+    EXPECT_LE(calls_of_all_threads, threads);
 }
 
 TEST_F(Log, a_logger_can_be_installed_again_after_one_threw)

@@ -123,6 +123,20 @@ TEST_F(Result, comparison_is_of_the_values)
     EXPECT_FALSE(hr(0x80004005L) == hr(static_cast<int>(0x80004005U))) << "all 64 bits count";
 }
 
+TEST_F(Result, comparison_takes_integers_of_every_type)
+{
+    hr const success(0x80004005L);
+    EXPECT_TRUE(success == 0x80004005U);
+    EXPECT_TRUE(success == 0x80004005UL);
+    EXPECT_TRUE(success == 0x80004005LL);
+    EXPECT_FALSE(success != 0x80004005U);
+    EXPECT_FALSE(success == static_cast<int>(0x80004005U)) << "that one is negative";
+    EXPECT_TRUE(hr(-1) == static_cast<short>(-1));
+    EXPECT_TRUE(hr(-1) == -1LL);
+    EXPECT_FALSE(hr(-1) == 0xFFFFFFFFU) << "all 64 bits count";
+    EXPECT_TRUE(hr(-1) != 0xFFFFFFFFU);
+}
+
 TEST_F(Result, without_flags_nothing_is_written)
 {
     LogRecorder recorder;

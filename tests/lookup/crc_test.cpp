@@ -51,6 +51,11 @@ unsigned long evaluate_text(CMachineCRC const& crc, char const* text, unsigned l
     return crc.Eval(text, std::strlen(text), start);
 }
 
+static_assert(std::is_same_v<decltype(&CMachineCRC::Eval),
+                             unsigned long (CMachineCRC::*)(void const*, unsigned long, unsigned long) const>);
+static_assert(std::is_constructible_v<CMachineCRC, unsigned int, unsigned long>);
+static_assert(!std::is_default_constructible_v<CMachineCRC>);
+
 TEST(MachineCRC, FieldsStandInOrderInAPlainValueOf2064Bytes)
 {
     OpenCRC const crc(64, library_polynomial);

@@ -101,6 +101,22 @@ TEST_F(ObjectMemoryCopy, copying_the_same_block_again_changes_nothing)
     EXPECT_EQ(BlockProbe::take(), Calls());
 }
 
+// Nothing of the block is looked at: neither its count, which would wrap, nor its type.
+TEST_F(ObjectMemoryCopy, copying_the_same_block_again_does_not_look_at_it)
+{
+    CPObjectMemory first = make(8);
+    CPObjectMemory second(first);
+    header_of(first)->lRefCnt = 0xFFFFFFFF;
+    header_of(first)->pVTbl = nullptr;
+    second = first;
+    CPObjectMemory& alias = first;
+    first = alias;
+    EXPECT_TRUE(second == first);
+    EXPECT_EQ(first.lockcnt(), 0xFFFFFFFFU);
+    header_of(first)->lRefCnt = 2;
+    header_of(first)->pVTbl = &BlockProbe::table;
+}
+
 TEST_F(ObjectMemoryCopy, assignment_releases_the_old_block)
 {
     CPObjectMemory first = make(8);

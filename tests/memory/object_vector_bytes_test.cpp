@@ -2,15 +2,43 @@
 #include "ORVA/Buffers/ObjectVector.h"
 #include "support/AllocationFailure.h"
 #include "support/BlockProbe.h"
-#include "support/CountedElement.h"
-#include "support/LogRecorder.h"
+#include "support/CountedVector.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 
+namespace
+{
+
+// A copy takes a handle on `owner` with it, if there is one.
+class TakingElement : public support::CountedElement
+{
+public:
+    using CountedElement::CountedElement;
+    TakingElement(TakingElement const& other) : CountedElement(other)
+    {
+        if (owner != nullptr)
+            m_taken = *owner;
+    }
+    TakingElement& operator=(TakingElement const&) = delete;
+
+    static void take_from(support::CPObjectMemory const* handle) { owner = handle; }
+
+private:
+    inline static support::CPObjectMemory const* owner = nullptr;
+    support::CPObjectMemory m_taken;
+};
+
+} // namespace
+
 template <>
 struct ORVA::Buffers::MovesByBytes<support::MovableCountedElement> : std::true_type
+{
+};
+
+template <>
+struct ORVA::Buffers::MovesByBytes<TakingElement> : std::true_type
 {
 };
 
@@ -21,46 +49,15 @@ using namespace support;
 using ORVA::Buffers::CPObjectVector;
 using ORVA::Buffers::MovesByBytes;
 using Vector = CPObjectVector<MovableCountedElement>;
-using Values = std::vector<int>;
-
 static_assert(MovesByBytes<CPObjectMemory>::value, "handles may be moved");
 static_assert(!MovesByBytes<CountedElement>::value, "other types must not unless they say so");
 
-Values values(Vector const& vector)
-{
-    Values result;
-    for (MovableCountedElement const& element : vector)
-        result.push_back(element.value());
-    return result;
-}
-
 Vector filled(int count)
 {
-    Vector vector;
-    for (int value = 0; value < count; ++value)
-        EXPECT_EQ(vector.Insert(MovableCountedElement(value), ULONG_MAX), 1);
-    return vector;
+    return counted_vector<MovableCountedElement>(count);
 }
 
-Values sequence(int count)
-{
-    Values result;
-    for (int value = 0; value < count; ++value)
-        result.push_back(value);
-    return result;
-}
-
-class ObjectVectorByBytes : public testing::Test
-{
-protected:
-    void SetUp() override { CountedElement::reset(); }
-    void TearDown() override
-    {
-        EXPECT_EQ(CountedElement::live(), 0);
-        EXPECT_EQ(recorder.take(), LogMessages()) << "nothing here is reported";
-    }
-    LogRecorder recorder;
-};
+using ObjectVectorByBytes = CountedVectorTest;
 
 TEST_F(ObjectVectorByBytes, a_sole_owner_grows_without_copies)
 {
@@ -171,6 +168,27 @@ TEST_F(ObjectVectorByBytes, a_vector_of_handles_may_take_a_handle_on_itself)
         EXPECT_TRUE(vector[index + 1] == item);
     }
     EXPECT_EQ(item.lockcnt(), 33U);
+}
+
+// Here the copies, which then become necessary, come after that of the item, and one of them throws.
+TEST_F(ObjectVectorByBytes, a_copy_that_throws_after_the_item_took_a_handle_on_the_vector)
+{
+    CPObjectVector<TakingElement> vector;
+    for (int value = 0; value < 16; ++value)
+        ASSERT_EQ(vector.Insert(TakingElement(value), ULONG_MAX), 1);
+    TakingElement const item(99);
+    void const* const elements = vector.get_cptr();
+    TakingElement::take_from(&vector);
+    for (unsigned long nth = 1; nth <= 17; ++nth)
+    {
+        CountedElement::counters().throw_on_copy = nth;
+        EXPECT_THROW(vector.Insert(item, 2), ElementError);
+        EXPECT_EQ(vector.get_cptr(), elements);
+        EXPECT_EQ(vector.GetCount(), 16U);
+        EXPECT_EQ(vector.lockcnt(), 1U);
+        EXPECT_EQ(CountedElement::live(), 17);
+    }
+    TakingElement::take_from(nullptr);
 }
 
 TEST_F(ObjectVectorByBytes, handles_keep_their_counts_when_their_vector_grows)

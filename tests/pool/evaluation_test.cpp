@@ -7,12 +7,14 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <clocale>
 #include <cstddef>
 #include <cstring>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace
@@ -139,6 +141,16 @@ private:
     char* m_memory;
 };
 
+template <class Source, class... Length>
+constexpr bool has_form =
+    std::is_same_v<decltype(std::declval<CStringInfo const&>().Eval(std::declval<tagSTRINGBASICINFO&>(),
+                                                                    std::declval<Source>(), std::declval<Length>()...)),
+                   unsigned int>;
+static_assert(has_form<wchar_t const*> && has_form<wchar_t const*, unsigned long>);
+static_assert(has_form<Utf8 const*> && has_form<Utf8 const*, unsigned long>);
+static_assert(has_form<Utf16 const*> && has_form<Utf16 const*, unsigned long>);
+static_assert(std::is_default_constructible_v<CStringInfo>);
+
 TEST(StringInfo, RecordHasFourLongFieldsInOrder)
 {
     EXPECT_EQ(offsetof(tagSTRINGBASICINFO, len), 0U);
@@ -154,7 +166,7 @@ TEST(StringInfo, EvaluatorIsACheckOfWidth64WithTheLibrarysPolynomial)
     EXPECT_EQ(info.uShift, 56U);
     EXPECT_EQ(info.uMask, all_ones);
     EXPECT_EQ(info.aTable[1], 0x42f0e1eba9ea3693UL);
-    EXPECT_EQ(evaluator.Eval("123456789", 9UL, 0UL), 0x6C40DF5F0B497347UL);
+    EXPECT_EQ(evaluator.Eval("123456789", 9, 0), 0x6C40DF5F0B497347UL);
     EXPECT_TRUE((std::is_base_of_v<ORVA::Buffers::CMachineCRC, CStringInfo>));
     EXPECT_EQ(sizeof(CStringInfo), sizeof(ORVA::Buffers::CMachineCRC));
 }
@@ -176,8 +188,9 @@ TEST(StringInfo, LengthBelowOneAsASignedNumberIsAnEmptyTextInEveryBoundedForm)
         EXPECT_TRUE(holds(evaluated(L"Hello", n), 0, 0, 0, 0)) << n;
         EXPECT_TRUE(holds(evaluated(utf8("Hello"), n), 0, 0, 0, 0)) << n;
         EXPECT_TRUE(holds(evaluated(utf16(u"Hello"), n), 0, 0, 0, 0)) << n;
-        // Text that would be refused is not looked at.
+        // The text is not looked at.
         EXPECT_TRUE(holds(evaluated(utf8("\xFF"), n), 0, 0, 0, 0)) << n;
+        EXPECT_TRUE(holds(evaluated(static_cast<wchar_t const*>(nullptr), n), 0, 0, 0, 0)) << n;
     }
 }
 
@@ -442,11 +455,18 @@ TEST(StringInfo, Utf16PairThatCrossesTheBoundFails)
     EXPECT_EQ(evaluated(utf16(u"A\xD83D\xDE00"), 1).len, 1U);
 }
 
+// An evaluator without a mask, as it stands in memory of zeros before its construction.
+OpenInfo make_not_ready()
+{
+    OpenInfo info;
+    info.uMask = 0;
+    return info;
+}
+
 TEST(StringInfo, NotReadyGivesNoLengthsAndHashesOfAllOnesInEveryForm)
 {
-    OpenInfo evaluator_without_mask;
-    evaluator_without_mask.uMask = 0;
-    CStringInfo const& not_ready = evaluator_without_mask;
+    OpenInfo const open = make_not_ready();
+    CStringInfo const& not_ready = open;
     auto const check = [&not_ready](auto const*... arguments)
     {
         tagSTRINGBASICINFO info = sentinel();
@@ -459,9 +479,44 @@ TEST(StringInfo, NotReadyGivesNoLengthsAndHashesOfAllOnesInEveryForm)
     check(L"Hello");
     check(utf8("Hello"));
     check(utf16(u"Hello"));
-    check(L"");
     check(utf8("\xFF"));
     check(utf16(u"\xDC00"));
+}
+
+TEST(StringInfo, NotReadyIsSeenBeforeAnEmptyTextInTheFormsWithoutABound)
+{
+    OpenInfo const open = make_not_ready();
+    CStringInfo const& not_ready = open;
+    auto const check = [&not_ready](auto const* source)
+    {
+        tagSTRINGBASICINFO info = sentinel();
+        EXPECT_EQ(not_ready.Eval(info, source), 0U);
+        EXPECT_TRUE(holds(info, 0, 0, all_ones, all_ones));
+    };
+    check(L"");
+    check(utf8(""));
+    check(utf16(u""));
+}
+
+TEST(StringInfo, EmptyTextIsSeenBeforeNotReadyInTheBoundedForms)
+{
+    OpenInfo const open = make_not_ready();
+    CStringInfo const& not_ready = open;
+    auto const check = [&not_ready](auto const* empty, auto const* text)
+    {
+        tagSTRINGBASICINFO info = sentinel();
+        EXPECT_EQ(not_ready.Eval(info, empty, 3UL), 1U);
+        EXPECT_TRUE(holds(info, 0, 0, 0, 0));
+        for (unsigned long n : {0UL, all_ones, 1UL << 63})
+        {
+            info = sentinel();
+            EXPECT_EQ(not_ready.Eval(info, text, n), 1U) << n;
+            EXPECT_TRUE(holds(info, 0, 0, 0, 0)) << n;
+        }
+    };
+    check(L"", L"Hello");
+    check(utf8(""), utf8("Hello"));
+    check(utf16(u""), utf16(u"Hello"));
 }
 
 TEST(StringInfo, CharactersOfAsciiOutsideTheLettersAreNotFolded)

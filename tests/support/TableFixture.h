@@ -16,7 +16,6 @@ namespace support
 /// A time that is never over.
 constexpr unsigned int no_limit = 0xFFFFFFFF;
 
-/// Members in the order of their destruction: the check comes last.
 class TableFixture : public ::testing::Test
 {
 protected:
@@ -40,7 +39,7 @@ protected:
         }
     }
 
-    NoItemLeft first_made;
+    NoItemLeft first_made; // destroyed last
     TableProbe table{4};
     VisitorProbe visitor;
 };

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <type_traits>
@@ -361,6 +362,32 @@ TYPED_TEST(LockHandle, timed_attempt_that_runs_out_is_false_not_before_its_time)
     }
     handle.Leave();
     EXPECT_TRUE(is_free(handle));
+}
+
+// The shortest of a few attempts, so that a machine that is busy elsewhere is no failure of the lock.
+TYPED_TEST(LockHandle, timeouts_are_milliseconds)
+{
+    typename TypeParam::Handle handle;
+    handle.Enter();
+    auto const shortest = [](auto attempt)
+    {
+        auto best = std::chrono::steady_clock::duration::max();
+        for (int round = 0; round < 5 && best > std::chrono::milliseconds(200); ++round)
+        {
+            auto const start = std::chrono::steady_clock::now();
+            EXPECT_FALSE(on_another_thread(attempt));
+            best = std::min(best, std::chrono::steady_clock::now() - start);
+        }
+        return best;
+    };
+    EXPECT_LT(shortest([&] { return handle.TryEnter(0); }), std::chrono::milliseconds(200));
+    EXPECT_LT(shortest([&] { return handle.TryEnter(25); }), std::chrono::milliseconds(200));
+    if constexpr (std::is_same_v<typename TypeParam::Handle, CPRWInterlock>)
+    {
+        EXPECT_LT(shortest([&] { return handle.TryEnterRead(0); }), std::chrono::milliseconds(200));
+        EXPECT_LT(shortest([&] { return handle.TryEnterRead(25); }), std::chrono::milliseconds(200));
+    }
+    handle.Leave();
 }
 
 TYPED_TEST(LockHandle, timed_attempt_waits_for_the_holder)

@@ -1,11 +1,16 @@
 #include "ORVA/Threading/RWInterlock.h"
 
+#include "ORVA/Develop/Log.h"
+
 #include "threading/locks_threads.h"
 
 #include <gtest/gtest.h>
 
 #include <pthread.h>
 
+#include <chrono>
+#include <cstring>
+#include <thread>
 #include <type_traits>
 
 namespace
@@ -84,6 +89,39 @@ TEST(RWInterlockLayout, is_shared_lock_writer_and_nested_entries_in_order)
     lock.LeaveRead();
     lock.LeaveWrite();
     lock.LeaveWrite();
+}
+
+// The shared lock is no lock at all meanwhile: whoever asked it for anything would fail or wait for ever.
+TEST(RWInterlockNested, entries_and_leaves_do_not_touch_the_shared_lock)
+{
+    alignas(_cRWInterlock) unsigned char memory[sizeof(_cRWInterlock)];
+    auto* const lock = new (memory, _nqfDebugLevel(0)) _cRWInterlock();
+    lock->EnterWrite();
+    unsigned char held[sizeof(boost::shared_mutex)];
+    unsigned char garbage[sizeof(boost::shared_mutex)];
+    std::memcpy(held, memory, sizeof held);
+    std::memset(garbage, 0xA5, sizeof garbage);
+    std::memcpy(memory, garbage, sizeof garbage);
+
+    lock->EnterWrite();
+    lock->EnterRead();
+    for (unsigned int const timeout : {0U, 1U, no_limit})
+    {
+        EXPECT_TRUE(lock->TryEnterWrite(timeout));
+        EXPECT_TRUE(lock->TryEnterRead(timeout));
+    }
+    EXPECT_TRUE(tracking_of(lock) == (Tracking{self(), 0x40004}));
+    for (int count = 0; count < 4; ++count)
+    {
+        lock->LeaveRead();
+        lock->LeaveWrite();
+    }
+    EXPECT_TRUE(tracking_of(lock) == (Tracking{self(), 0}));
+    EXPECT_EQ(std::memcmp(memory, garbage, sizeof garbage), 0);
+
+    std::memcpy(memory, held, sizeof held);
+    lock->LeaveWrite();
+    lock->~_cRWInterlock();
 }
 
 template <class Lock>
@@ -289,6 +327,52 @@ TYPED_TEST(RWInterlock, writer_waits_for_the_readers_and_is_then_tracked)
         this->lock.LeaveRead();
         EXPECT_TRUE(waiter.result()) << timeout;
     }
+}
+
+// A writer that waits without limit is not overtaken by readers that come later, whichever way they come.
+TYPED_TEST(RWInterlock, new_readers_wait_while_a_writer_waits)
+{
+    this->lock.EnterRead();
+    Waiter<void> writer(
+        [this]
+        {
+            this->lock.Enter();
+            this->lock.Leave();
+        });
+    auto const give_up = std::chrono::steady_clock::now() + std::chrono::milliseconds(plenty);
+    while (another_can_read(this->lock) && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::yield();
+    EXPECT_FALSE(another_can_read(this->lock));
+    EXPECT_FALSE(on_another_thread([this] { return this->lock.TryEnterRead(1); }));
+    Waiter<void> reader(
+        [this]
+        {
+            this->lock.EnterRead();
+            this->lock.LeaveRead();
+        });
+    EXPECT_TRUE(reader.is_blocked());
+    EXPECT_TRUE(writer.is_blocked());
+    this->lock.LeaveRead();
+    writer.result();
+    reader.result();
+}
+
+// The lock is still read when the attempt to write has run out, so nothing else would let the reader in.
+TYPED_TEST(RWInterlock, writer_that_gives_up_lets_the_readers_in_that_waited_for_it)
+{
+    this->lock.EnterRead();
+    Waiter<bool> writer([this] { return this->lock.TryEnter(30); });
+    auto const give_up = std::chrono::steady_clock::now() + std::chrono::milliseconds(30);
+    while (another_can_read(this->lock) && std::chrono::steady_clock::now() < give_up)
+        std::this_thread::yield();
+    on_another_thread(
+        [this]
+        {
+            this->lock.EnterRead();
+            this->lock.LeaveRead();
+        });
+    EXPECT_FALSE(writer.result());
+    this->lock.LeaveRead();
 }
 
 TYPED_TEST(RWInterlock, leaving_the_write_lock_leaves_nested_reads_counted)

@@ -32,6 +32,9 @@ public:
         return reinterpret_cast<T*>(static_cast<char*>(get_ptr()) + lOffset);
     }
 
+    /// The interface; the handle must not be empty.
+    T& operator*() const noexcept { return *operator->(); }
+
     /// The offset in bytes of the interface in the payload; -1 for a block that does not offer it, and the handle is
     /// then empty.
     long lOffset = -1;

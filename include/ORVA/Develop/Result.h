@@ -4,6 +4,8 @@
 
 #include "ORVA/Core/Export.h"
 
+#include <type_traits>
+
 namespace ORVA
 {
 
@@ -31,10 +33,22 @@ public:
 
     bool operator==(hr const& other) const { return lResult == other.lResult; }
     bool operator==(long other) const { return lResult == other; }
-    bool operator==(int other) const { return lResult == other; }
-    bool operator!=(hr const& other) const { return lResult != other.lResult; }
-    bool operator!=(long other) const { return lResult != other; }
-    bool operator!=(int other) const { return lResult != other; }
+    bool operator!=(hr const& other) const { return !(*this == other); }
+    bool operator!=(long other) const { return !(*this == other); }
+
+    // For integers of other types, which could as well be compared with the result of one of the conversions below.
+    /// Compares with `other` converted to `long`.
+    template <class Integer, class = std::enable_if_t<std::is_integral_v<Integer>>>
+    bool operator==(Integer other) const
+    {
+        return lResult == static_cast<long>(other);
+    }
+    /// The negation of `operator==`.
+    template <class Integer, class = std::enable_if_t<std::is_integral_v<Integer>>>
+    bool operator!=(Integer other) const
+    {
+        return !(*this == other);
+    }
 
     // Both forms: with the constant one alone, a variable would convert to a number by way of `operator bool()`.
     /// The wrapped result.

@@ -70,6 +70,9 @@ public:
 
     /// As `Find`, without taking a handle: the string lives as long as the table holds it. Null if there is none.
     Buffers::CPObjectMemory const* _find(tagSTRINGPOOLRECORD const& record);
+
+    /// Whether `s` itself is a link of a chain.
+    bool _holds(_cppoolstring const& s);
 };
 
 /// The table of all pooled strings, by case-sensitive hash. Its items are `_cppoolstring` handles.
@@ -118,8 +121,11 @@ public:
     /// As `Find`, without taking a handle: the string lives as long as the table holds it. Null if there is none.
     Buffers::CPObjectMemory const* _find(tagSTRINGPOOLRECORD const& record);
 
-private:
-    CCaseInsensitiveHash* m_insensitive;
+protected:
+    /// As `Add`, with the string in `result`; false if it is new and the other table could not take it.
+    bool _add(_cppoolstring& s, _cppoolstring& result);
+
+    CCaseInsensitiveHash* m_insensitive; ///< the table that is kept in step
 };
 
 /// Checks each record against a new evaluation of its text, and stops at the first that differs.

@@ -34,7 +34,7 @@ static_assert(sizeof(tagSTRINGBASICINFO) == 32, "part of the string record");
 ///
 /// All forms return 1 and fill `info`, or return 0. A text that its encoding forbids leaves `info` as it was. When
 /// the mapping to lower case throws, or the object is not ready (its mask is 0), lengths become 0 and both hashes all
-/// ones.
+/// ones. The bounded forms look for an empty text first, and find it with an object that is not ready too.
 class ORVA_API CStringInfo : public Buffers::CMachineCRC
 {
 public:

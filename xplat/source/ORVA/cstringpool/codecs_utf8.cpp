@@ -42,9 +42,9 @@ constexpr unsigned int short_run = 16;
 ///
 /// Only bytes before the end of a text may be known to be readable, and the word that holds the end is read whole. It
 /// lies in one page, so the read cannot fault; its bytes beyond the end decide nothing. Sanitizers are kept off, and
-/// the function is kept out of line so that no compiler holds the read against the size of an array it can see.
-[[gnu::noinline, gnu::no_sanitize_address, gnu::no_sanitize_thread]] unsigned long ascii_run(unsigned char const* text,
-                                                                                             unsigned long limit)
+/// `measure` is kept out of line so that no compiler holds the read against the size of an array it can see.
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] unsigned long ascii_run(unsigned char const* text,
+                                                                              unsigned long limit)
 {
     unsigned long length = 0;
     for (; reinterpret_cast<std::uintptr_t>(text + length) % sizeof(aligned_word) != 0; ++length)
@@ -66,68 +66,72 @@ bool is_continuation(unsigned char byte)
     return (byte & 0xC0) == 0x80;
 }
 
-/// What a text holds up to its end or to the first byte that cannot be read.
-struct utf8_extent
+/// How far a text was walked, and what is to be taken off its bytes to give its length in another encoding.
+struct utf8_walk
 {
-    unsigned long characters;
-    unsigned long supplementary; ///< of the characters, those above 0xFFFF
+    unsigned long position;
+    unsigned long surplus;
 };
 
-/// Measures the valid prefix of a text. Reads nothing beyond the limit, and nothing beyond the byte that ends the
-/// text except as `ascii_run` does.
-utf8_extent measure(unsigned char const* source, unsigned long limit)
+/// Takes one sequence of two to four bytes. False, with nothing taken, if there is none within the limit. With
+/// `in_utf16` a character above 0xFFFF is two units long.
+template <bool in_utf16>
+bool take_sequence(unsigned char const* source, unsigned long limit, utf8_walk& walk)
 {
-    unsigned long position = 0;
-    unsigned long continuations = 0;
-    unsigned long supplementary = 0;
-    unsigned int run = 0;
-    while (position != limit)
+    // Told apart by branches and not by sUTF8Lut: a predicted branch lets the next character begin early.
+    unsigned char const* const text = source + walk.position;
+    unsigned long const left = limit - walk.position;
+    unsigned int const first = *text;
+    if (first < 0xE0)
     {
-        unsigned char const* const text = source + position;
-        unsigned int const first = *text;
-        if (first < 0x80)
+        if (first < 0xC0 || left < 2 || !is_continuation(text[1]))
+            return false;
+        walk.position += 2;
+        walk.surplus += 1;
+    }
+    else if (first < 0xF0)
+    {
+        if (left < 3 || !is_continuation(text[1]) || !is_continuation(text[2]))
+            return false;
+        walk.position += 3;
+        walk.surplus += 2;
+    }
+    else
+    {
+        if (first > 0xF4 || left < 4 || !is_continuation(text[1]) || !is_continuation(text[2]) ||
+            !is_continuation(text[3]))
+            return false;
+        walk.position += 4;
+        walk.surplus += in_utf16 && (first > 0xF0 || text[1] > 0x8F) ? 2 : 3;
+    }
+    return true;
+}
+
+/// The length of the valid prefix of a text, in code points or in units of UTF-16. Reads nothing beyond the limit,
+/// and nothing beyond the byte that ends the text except as `ascii_run` does.
+template <bool in_utf16>
+[[gnu::noinline]] unsigned long measure(unsigned char const* source, unsigned long limit)
+{
+    utf8_walk walk = {0, 0};
+    while (walk.position != limit)
+    {
+        unsigned long const stop = limit - walk.position > short_run ? walk.position + short_run : limit;
+        while (walk.position != stop && source[walk.position] - 1U < 0x7F)
+            ++walk.position;
+        if (walk.position == stop)
         {
-            if (first == 0)
-                break;
-            ++position;
-            if (++run == short_run)
-            {
-                position += ascii_run(text + 1, limit - position);
-                run = 0;
-            }
+            walk.position += ascii_run(source + walk.position, limit - walk.position);
             continue;
         }
-        // Told apart by branches and not by sUTF8Lut: a predicted branch lets the next character begin early.
-        unsigned long const left = limit - position;
-        if (first < 0xC0)
+        if (source[walk.position] == 0)
             break;
-        if (first < 0xE0)
+        do
         {
-            if (left < 2 || !is_continuation(text[1]))
-                break;
-            position += 2;
-            continuations += 1;
-        }
-        else if (first < 0xF0)
-        {
-            if (left < 3 || !is_continuation(text[1]) || !is_continuation(text[2]))
-                break;
-            position += 3;
-            continuations += 2;
-        }
-        else
-        {
-            if (first > 0xF4 || left < 4 || !is_continuation(text[1]) || !is_continuation(text[2]) ||
-                !is_continuation(text[3]))
-                break;
-            if (first > 0xF0 || text[1] > 0x8F)
-                ++supplementary;
-            position += 4;
-            continuations += 3;
-        }
-        run = 0;
+            if (!take_sequence<in_utf16>(source, limit, walk))
+                return walk.position - walk.surplus;
+        } while (walk.position != limit && source[walk.position] >= 0x80);
     }
-    return {position - continuations, supplementary};
+    return walk.position - walk.surplus;
 }
 
 /// Widens 16 bytes if all of them are below 0x80; otherwise stores nothing.
@@ -173,33 +177,32 @@ wchar_t decode_valid(unsigned char const*& source)
 
 unsigned long UTF8wstrlen(unsigned char const* source, unsigned long limit)
 {
-    return measure(source, limit).characters;
+    return measure<false>(source, limit);
 }
 
 unsigned long UTF8w32strlen(unsigned char const* source, unsigned long limit)
 {
-    return measure(source, limit).characters;
+    return measure<false>(source, limit);
 }
 
 unsigned long UTF8u16strlen(unsigned char const* source, unsigned long limit)
 {
-    utf8_extent const extent = measure(source, limit);
-    return extent.characters + extent.supplementary;
+    return measure<true>(source, limit);
 }
 
 unsigned long UTF8_To_nqfWChar(unsigned char const* src, unsigned long srcLen, wchar_t* dst, unsigned long dstLen)
 {
     if (src == nullptr)
         return 0;
-    utf8_extent const extent = measure(src, srcLen);
-    unsigned long const needed = extent.characters + 1;
+    unsigned long const length = measure<false>(src, srcLen);
+    unsigned long const needed = length + 1;
     if (dst == nullptr)
         return needed;
     if (needed > dstLen)
         return 0;
 
     // What was measured is valid, so no character is refused below.
-    wchar_t* const end = dst + extent.characters;
+    wchar_t* const end = dst + length;
     while (dst != end)
     {
         if (*src >= 0x80)
@@ -207,10 +210,11 @@ unsigned long UTF8_To_nqfWChar(unsigned char const* src, unsigned long srcLen, w
             *dst++ = decode_valid(src);
             continue;
         }
-        unsigned int run = 0;
-        for (; run < short_run && dst != end && *src < 0x80; ++run)
+        wchar_t* const stop = end - dst > short_run ? dst + short_run : end;
+        do
             *dst++ = static_cast<wchar_t>(*src++);
-        if (run < short_run)
+        while (dst != stop && *src < 0x80);
+        if (dst != stop)
             continue;
         // Every character left takes at least one byte, so 16 characters are at least 16 readable bytes.
         while (end - dst >= 16 && widen_ascii_block(src, dst))

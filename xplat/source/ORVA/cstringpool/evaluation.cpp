@@ -1,10 +1,6 @@
 #include "cstringpool/evaluation_kernels.h"
 
-#include "ORVA/Core/Atomic.h"
 #include "ORVA/String/Codecs.h"
-
-#include "BaseOS_Unix_common/rune_locale.h"
-#include "BaseOS_Unix_common/rune_mapping.h"
 
 #include <initializer_list>
 
@@ -13,8 +9,6 @@ namespace ORVA::String::evaluation
 
 namespace
 {
-
-Kernel const* chosen = nullptr;
 
 // Collects the low 16 bits of characters and of their folded forms as pairs of bytes, and hashes them in pieces. The
 // folded text costs nothing as long as it does not differ from the text.
@@ -112,57 +106,9 @@ inline bool read(unsigned short const*& source, unsigned short const* end, Chara
     return true;
 }
 
-// The general way, character by character. False if the text is forbidden.
-template <class Unit>
-bool walk(Kernel const& kernel, Folding const& fold, tagSTRINGBASICINFO& info, Unit const* source, unsigned long length)
-{
-    CharacterHash hash(kernel);
-    unsigned long count = 0;
-    unsigned long utf8_size = 0;
-    for (Unit const* const end = source + length; source != end; ++count)
-    {
-        Character character;
-        if (!read(source, end, character))
-            return false;
-        utf8_size += character.utf8_size;
-        hash.add(character.value, fold(character.value));
-    }
-    hash.flush();
-    info = {count, utf8_size, hash.text_hash(), hash.folded_hash()};
-    return true;
-}
-
-template <class Unit>
-unsigned int evaluate_with(Kernel const& kernel, HashAscii<Unit> hash_ascii, CaseMapping const& mapping,
-                           tagSTRINGBASICINFO& info, Unit const* source, unsigned long length)
-{
-    if (length == 0)
-    {
-        info = {0, 0, 0, 0};
-        return 1;
-    }
-    try
-    {
-        // Text without capitals does not depend on the locale: the mapping changes only characters that the locale
-        // counts as upper case, and no locale counts an ASCII character but A to Z among them.
-        AsciiHashes hashes;
-        if (hash_ascii(source, length, hashes) && (!hashes.has_capitals || mapping.lowers_ascii_plainly()))
-        {
-            info = {length, length, hashes.text, hashes.folded};
-            return 1;
-        }
-        return walk(kernel, Folding(mapping), info, source, length) ? 1 : 0;
-    }
-    catch (...)
-    {
-        set_unevaluated(info);
-        return 0;
-    }
-}
-
 } // namespace
 
-CaseMapping const platform_mapping = {OS::rune_tolower, OS::ascii_lowers_plainly};
+Kernel const* chosen_kernel = nullptr;
 
 Kernels available_kernels()
 {
@@ -175,39 +121,40 @@ Kernels available_kernels()
     return kernels;
 }
 
-Kernel const& best_kernel()
+Kernel const& choose_kernel()
 {
-    Kernel const* kernel = Core::load_relaxed(chosen);
-    if (kernel == nullptr)
-    {
-        Kernels const kernels = available_kernels();
-        kernel = kernels.entry[kernels.count - 1];
-        Core::store_relaxed(chosen, kernel);
-    }
+    Kernels const kernels = available_kernels();
+    Kernel const* const kernel = kernels.entry[kernels.count - 1];
+    Core::store_relaxed(chosen_kernel, kernel);
     return *kernel;
 }
 
-void set_unevaluated(tagSTRINGBASICINFO& info)
+template <class Unit>
+unsigned int evaluate_characters(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
+                                 Unit const* source, unsigned long length)
 {
-    info = {0, 0, ~0UL, ~0UL};
+    Folding const fold(mapping);
+    CharacterHash hash(kernel);
+    unsigned long count = 0;
+    unsigned long utf8_size = 0;
+    for (Unit const* const end = source + length; source != end; ++count)
+    {
+        Character character;
+        if (!read(source, end, character))
+            return 0;
+        utf8_size += character.utf8_size;
+        hash.add(character.value, fold(character.value));
+    }
+    hash.flush();
+    info = {count, utf8_size, hash.text_hash(), hash.folded_hash()};
+    return 1;
 }
 
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info, wchar_t const* source,
-                      unsigned long length)
-{
-    return evaluate_with(kernel, kernel.hash_wide, mapping, info, source, length);
-}
-
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
-                      unsigned char const* source, unsigned long length)
-{
-    return evaluate_with(kernel, kernel.hash_utf8, mapping, info, source, length);
-}
-
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
-                      unsigned short const* source, unsigned long length)
-{
-    return evaluate_with(kernel, kernel.hash_utf16, mapping, info, source, length);
-}
+template unsigned int evaluate_characters(Kernel const&, CaseMapping const&, tagSTRINGBASICINFO&, wchar_t const*,
+                                          unsigned long);
+template unsigned int evaluate_characters(Kernel const&, CaseMapping const&, tagSTRINGBASICINFO&, unsigned char const*,
+                                          unsigned long);
+template unsigned int evaluate_characters(Kernel const&, CaseMapping const&, tagSTRINGBASICINFO&, unsigned short const*,
+                                          unsigned long);
 
 } // namespace ORVA::String::evaluation

@@ -2,8 +2,11 @@
 /// The ways to evaluate a text, and the evaluation with one of them. All ways give the same results.
 #pragma once
 
+#include "ORVA/Core/Atomic.h"
 #include "ORVA/String/StringInfo.h"
 
+#include "BaseOS_Unix_common/rune_locale.h"
+#include "BaseOS_Unix_common/rune_mapping.h"
 #include "crc_kernels.h"
 
 namespace ORVA::String::evaluation
@@ -49,9 +52,19 @@ struct Kernels
 
 Kernels available_kernels();
 
+/// What choose_kernel() has found, or null.
+extern Kernel const* chosen_kernel;
+
+/// Finds the best kernel for this processor and remembers it.
+Kernel const& choose_kernel();
+
 /// The best kernel for this processor. It is found on the first call, so that it serves constructors of global
 /// objects too, and costs a load afterwards.
-Kernel const& best_kernel();
+inline Kernel const& best_kernel()
+{
+    Kernel const* const kernel = Core::load_relaxed(chosen_kernel);
+    return kernel != nullptr ? *kernel : choose_kernel();
+}
 
 /// The mapping to lower case. It may throw.
 struct CaseMapping
@@ -61,20 +74,64 @@ struct CaseMapping
 };
 
 /// The mapping of the platform in the current locale.
-extern CaseMapping const platform_mapping;
+inline constexpr CaseMapping platform_mapping = {OS::rune_tolower, OS::ascii_lowers_plainly};
 
 /// Makes `info` that of a text that could not be evaluated for no fault of its own.
-void set_unevaluated(tagSTRINGBASICINFO& info);
+inline void set_unevaluated(tagSTRINGBASICINFO& info)
+{
+    info = {0, 0, ~0UL, ~0UL};
+}
 
-/// @name Evaluation
-/// As CStringInfo::Eval, with `length` units that hold no 0.
+/// @name The function of `kernel` for ASCII units of the kind that the second argument points at
 /// @{
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info, wchar_t const* source,
-                      unsigned long length);
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
-                      unsigned char const* source, unsigned long length);
-unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
-                      unsigned short const* source, unsigned long length);
+inline HashAscii<wchar_t> ascii_hash(Kernel const& kernel, wchar_t const*)
+{
+    return kernel.hash_wide;
+}
+inline HashAscii<unsigned char> ascii_hash(Kernel const& kernel, unsigned char const*)
+{
+    return kernel.hash_utf8;
+}
+inline HashAscii<unsigned short> ascii_hash(Kernel const& kernel, unsigned short const*)
+{
+    return kernel.hash_utf16;
+}
 /// @}
+
+/// The general way, character by character. As `evaluate`, but what the mapping throws passes through.
+template <class Unit>
+unsigned int evaluate_characters(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
+                                 Unit const* source, unsigned long length);
+
+/// As CStringInfo::Eval, with `length` units that hold no 0. Inline, as most texts are short: for those the calls
+/// between here and the kernel would be a good part of the work.
+template <class Unit>
+inline unsigned int evaluate(Kernel const& kernel, CaseMapping const& mapping, tagSTRINGBASICINFO& info,
+                             Unit const* source, unsigned long length)
+{
+    if (length == 0)
+    {
+        info = {0, 0, 0, 0};
+        return 1;
+    }
+    try
+    {
+        // Text without capitals does not depend on the locale: the mapping changes only characters that the locale
+        // counts as upper case, and no locale counts an ASCII character but A to Z among them.
+        AsciiHashes hashes;
+        if (ascii_hash(kernel, source)(source, length, hashes) &&
+            (!hashes.has_capitals || mapping.lowers_ascii_plainly()))
+        {
+            info = {length, length, hashes.text, hashes.folded};
+            return 1;
+        }
+        return evaluate_characters(kernel, mapping, info, source, length);
+    }
+    catch (...)
+    {
+        set_unevaluated(info);
+        return 0;
+    }
+}
 
 } // namespace ORVA::String::evaluation

@@ -127,6 +127,18 @@ CPObjectMemory const* CCaseInsensitiveHash::_find(tagSTRINGPOOLRECORD const& rec
     return found == nullptr ? nullptr : &payload<ISSTRINGPOOLENTRY>(found->cpItem).string;
 }
 
+bool CCaseInsensitiveHash::_holds(_cppoolstring const& s)
+{
+    auto const is_in_chain = [&](CPObjectMemory const& item)
+    {
+        Entry link(item);
+        while (link && link->string != s)
+            link = Entry(link->next);
+        return static_cast<bool>(link);
+    };
+    return _search(s->info.sHashi, is_in_chain) != nullptr;
+}
+
 _cppoolstring CCaseInsensitiveHash::Find(_cppoolstring const& s)
 {
     CPObjectMemory const* const found = _find(*s);
@@ -228,10 +240,14 @@ void CCaseSensitiveHash::tblfinalize(CPObjectMemory const& item)
 _cppoolstring CCaseSensitiveHash::Add(_cppoolstring& s)
 {
     _cppoolstring result;
-    result = AddItem(s->info.sHash, s, Lookup::eHashKeepEqual);
-    if (result == s)
-        m_insensitive->Add(result);
+    _add(s, result);
     return result;
+}
+
+bool CCaseSensitiveHash::_add(_cppoolstring& s, _cppoolstring& result)
+{
+    result = AddItem(s->info.sHash, s, Lookup::eHashKeepEqual);
+    return result != s || m_insensitive->Add(s) != 0;
 }
 
 CPObjectMemory const* CCaseSensitiveHash::_find(tagSTRINGPOOLRECORD const& record)

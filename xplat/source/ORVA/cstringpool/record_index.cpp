@@ -61,9 +61,11 @@ void RecordIndex::add(tagSTRINGPOOLRECORD& record)
     if (!m_is_complete)
         return;
     unsigned long const address = reinterpret_cast<unsigned long>(&record);
-    // Five slots of eight in use at the most: then a hit looks at fewer than two slots on average.
-    bool const is_full = m_slots == nullptr || (m_count + 1) * 8 > (m_mask + 1) * 5;
-    if ((address & ~address_mask) != 0 || (is_full && !grow()))
+    // Five slots of eight in use: then a hit looks at fewer than two slots on average. Where the heap has no more, seven
+    // of eight must do, and each addition tries again.
+    bool const is_crowded = (m_count + 1) * 8 > (m_mask + 1) * 5;
+    bool const is_full = (m_count + 1) * 8 > (m_mask + 1) * 7;
+    if ((address & ~address_mask) != 0 || (is_crowded && !grow() && is_full))
     {
         give_up();
         return;

@@ -13,7 +13,8 @@ namespace ORVA::String
 // A slot is the record's address with 16 bits of its hash in the upper bits, which addresses leave free, so that a
 // record is looked at only if these agree. Slots are probed in a row, and a removal closes the gap.
 //
-// Without memory to grow the index gives up all it has and is not complete: whoever asks it then has to look elsewhere.
+// When it is full and there is no memory to grow, the index gives up all it has and is not complete from then on: whoever
+// asks it has to look elsewhere.
 // Not thread-safe: the pool uses it under its lock.
 class RecordIndex
 {

@@ -52,7 +52,7 @@ inline unsigned long text_length(unsigned short const* source, unsigned long lim
 }
 
 template <class Unit>
-inline unsigned int evaluate(bool ready, tagSTRINGBASICINFO& info, Unit const* source)
+inline unsigned int evaluate_text(bool ready, tagSTRINGBASICINFO& info, Unit const* source)
 {
     if (!ready)
     {
@@ -64,21 +64,23 @@ inline unsigned int evaluate(bool ready, tagSTRINGBASICINFO& info, Unit const* s
 }
 
 template <class Unit>
-inline unsigned int evaluate(bool ready, tagSTRINGBASICINFO& info, Unit const* source, unsigned long n)
+inline unsigned int evaluate_text(bool ready, tagSTRINGBASICINFO& info, Unit const* source, unsigned long n)
 {
+    // An empty text is known without the tables, so it comes before the question whether there are any.
+    if (static_cast<long>(n) < 1 || *source == 0)
+    {
+        info = {0, 0, 0, 0};
+        return 1;
+    }
     if (!ready)
     {
         evaluation::set_unevaluated(info);
         return 0;
     }
-    unsigned long length = 0;
-    if (static_cast<long>(n) >= 1)
-    {
-        // A limit beyond the highest address is none, and would not be understood by the functions above.
-        unsigned long const room = (UINTPTR_MAX - reinterpret_cast<std::uintptr_t>(source)) / sizeof(Unit);
-        length = n <= room ? text_length(source, n) : text_length(source);
-    }
-    return evaluation::evaluate(evaluation::best_kernel(), evaluation::platform_mapping, info, source, length);
+    // A limit beyond the highest address is none, and would not be understood by the functions above.
+    unsigned long const room = (UINTPTR_MAX - reinterpret_cast<std::uintptr_t>(source)) / sizeof(Unit);
+    return evaluation::evaluate(evaluation::best_kernel(), evaluation::platform_mapping, info, source,
+                                n <= room ? text_length(source, n) : text_length(source));
 }
 
 } // namespace
@@ -89,32 +91,32 @@ CStringInfo::CStringInfo() : CMachineCRC(64, Buffers::crc64::polynomial) {}
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, wchar_t const* source) const
 {
-    return evaluate(uMask != 0, info, source);
+    return evaluate_text(uMask != 0, info, source);
 }
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, wchar_t const* source, unsigned long n) const
 {
-    return evaluate(uMask != 0, info, source, n);
+    return evaluate_text(uMask != 0, info, source, n);
 }
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, unsigned char const* source) const
 {
-    return evaluate(uMask != 0, info, source);
+    return evaluate_text(uMask != 0, info, source);
 }
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, unsigned char const* source, unsigned long n) const
 {
-    return evaluate(uMask != 0, info, source, n);
+    return evaluate_text(uMask != 0, info, source, n);
 }
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, unsigned short const* source) const
 {
-    return evaluate(uMask != 0, info, source);
+    return evaluate_text(uMask != 0, info, source);
 }
 
 unsigned int CStringInfo::Eval(tagSTRINGBASICINFO& info, unsigned short const* source, unsigned long n) const
 {
-    return evaluate(uMask != 0, info, source, n);
+    return evaluate_text(uMask != 0, info, source, n);
 }
 
 } // namespace ORVA::String

@@ -1,0 +1,107 @@
+/// @file
+/// Catalogues names: reads them, one a line, pools every path component, and reports what there is. `catalog --help`
+/// tells how it is used.
+///
+/// This is what the library is for at its core: a program meets the same names over and over, and wants each of them
+/// once, comparable by pointer, in little memory. The way through the program:
+///
+///   input.h        lines, from files or from the machine's own list
+///   catalogue.h    components into pooled strings, counted in the library's hash tables
+///   summary.h      the top lists, by the library's sort; lookup_rate.h measures the pool
+///   report.h       the result, as text or as JSON
+
+#include "catalogue.h"
+#include "log.h"
+#include "options.h"
+#include "progress.h"
+#include "report.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+namespace
+{
+
+enum Status
+{
+    success = 0,
+    failure = 1,
+    bad_input = 2
+};
+
+// What belongs to lower case is asked of the C library, whose "C" locale knows the ASCII letters only. Must be done
+// before anything is pooled: the pool's hashes without case depend on it.
+void use_unicode_case()
+{
+    for (char const* locale : {"C.UTF-8", "en_US.UTF-8", ""})
+    {
+        if (std::setlocale(LC_CTYPE, locale) != nullptr)
+            return;
+    }
+}
+
+// A reader that has gone away, as `head` does, is its own affair; any other failure is told.
+Status print(std::string const& text)
+{
+    bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!written && errno != EPIPE)
+        std::fprintf(stderr, "catalog: cannot write the report: %s\n", std::strerror(errno));
+    return written ? success : failure;
+}
+
+Status run(catalog::Options const& options)
+{
+    catalog::Catalogue catalogue;
+    catalog::Progress progress;
+    catalog::LineSink const sink = [&](catalog::Line const& line)
+    {
+        catalogue.add(line);
+        progress.update(catalogue.totals().lines, catalogue.totals().components);
+    };
+
+    catalog::Input const input =
+        options.files.empty() ? catalog::read_machine(sink) : catalog::read_files(options.files, sink);
+    progress.clear();
+    for (std::string const& problem : input.problems)
+        std::fprintf(stderr, "catalog: %s\n", problem.c_str());
+    Status const read = input.problems.empty() ? success : bad_input;
+    if (input.files_read == 0 && catalogue.totals().lines == 0)
+        return read;
+
+    catalog::Summary const summary = catalog::summarise(catalogue);
+    Status const printed =
+        print(options.json ? catalog::json_report(input, summary) : catalog::text_report(input, summary));
+    bool const good = printed == success && summary.verified != catalog::Verified::no;
+    return good ? read : failure;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    use_unicode_case();
+    catalog::print_library_messages();
+
+    catalog::Options const options = catalog::parse_options(count, arguments);
+    if (options.help)
+        return print(catalog::usage);
+    if (!options.error.empty())
+    {
+        std::fprintf(stderr, "catalog: %s (catalog --help tells more)\n", options.error.c_str());
+        return bad_input;
+    }
+    try
+    {
+        return run(options);
+    }
+    catch (std::bad_alloc const&)
+    {
+        std::fprintf(stderr, "catalog: out of memory\n");
+        return failure;
+    }
+}

@@ -1,0 +1,30 @@
+/// @file
+/// A line that tells a waiting person how far the work is.
+#pragma once
+
+namespace catalog
+{
+
+/// Keeps one line on standard error up to date, if that is a terminal; otherwise does nothing.
+class Progress
+{
+public:
+    Progress();
+    ~Progress() { clear(); }
+    Progress(Progress const&) = delete;
+    Progress& operator=(Progress const&) = delete;
+
+    /// Shows the numbers reached, ten times a second at most. Call it for each line.
+    void update(unsigned long lines, unsigned long components);
+
+    /// Wipes the line out.
+    void clear();
+
+private:
+    bool m_terminal;
+    bool m_shown = false;
+    unsigned long m_calls = 0;
+    unsigned long m_next = 0;
+};
+
+} // namespace catalog

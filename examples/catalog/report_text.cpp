@@ -1,0 +1,126 @@
+#include "report.h"
+
+#include "numbers.h"
+#include "utf8.h"
+
+#include <cstdio>
+
+namespace catalog
+{
+
+namespace
+{
+
+constexpr unsigned long characters_shown = 90;
+constexpr unsigned long spellings_shown = 6;
+
+std::string right_aligned(std::string const& text)
+{
+    constexpr std::size_t width = 15;
+    return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
+}
+
+std::string row(char const* label, std::string const& value)
+{
+    char line[64];
+    std::snprintf(line, sizeof line, "  %-30s", label);
+    return line + right_aligned(value) + "\n";
+}
+
+std::string row(char const* label, unsigned long value)
+{
+    return row(label, grouped(value));
+}
+
+std::string refused_lines(Totals const& totals)
+{
+    std::string text;
+    if (totals.refused_lines == 0)
+        return text;
+    text += "\nLines refused because they are no UTF-8 (bytes that are not printable ASCII as \\xNN):\n";
+    for (RefusedLine const& line : totals.first_refused)
+        text += "  " + escaped(line.source) + ":" + std::to_string(line.number) + ": " + escaped(line.beginning) +
+                (line.cut ? "... (" + grouped(line.bytes) + " bytes)" : "") + "\n";
+    if (unsigned long const others = totals.refused_lines - totals.first_refused.size(); others != 0)
+        text += "  and " + grouped(others) + " more\n";
+    return text;
+}
+
+std::string spellings(Summary const& summary)
+{
+    std::string text;
+    if (summary.words_with_spellings == 0)
+        return text;
+    text += "\nSpellings that differ only by case, of " + grouped(summary.words_with_spellings) +
+            (summary.words_with_spellings == 1 ? " word:\n" : " words:\n");
+    for (std::vector<Name const*> const& word : summary.spellings)
+    {
+        std::string line;
+        for (std::size_t index = 0; index < word.size() && index < spellings_shown; ++index)
+            line += (index == 0 ? "" : "  ") + shown(word[index]->text, characters_shown);
+        if (word.size() > spellings_shown)
+            line += "  and " + grouped(word.size() - spellings_shown) + " more";
+        text += right_aligned(grouped(word.size())) + "  " + line + "\n";
+    }
+    return text;
+}
+
+std::string longest(Summary const& summary)
+{
+    std::string text = summary.longest.empty() ? "" : "\nLongest names, in characters:\n";
+    for (Name const* name : summary.longest)
+        text += right_aligned(grouped(name->text.len())) + "  " + shown(name->text, characters_shown) + "\n";
+    return text;
+}
+
+std::string most_frequent(Summary const& summary)
+{
+    std::string text = summary.most_frequent.empty() ? "" : "\nMost frequent names:\n";
+    for (Name const* name : summary.most_frequent)
+        text += right_aligned(grouped(name->occurrences)) + "  " + shown(name->text, characters_shown) + "\n";
+    return text;
+}
+
+std::string pool(Summary const& summary)
+{
+    std::string text = "\nThe string pool:\n";
+    text += row("bytes", summary.pool_bytes);
+    text += row("bytes per string", grouped_tenths(summary.bytes_per_string));
+    text += "  pooled look-ups per second, one thread:\n";
+    text += row("  from UTF-8", summary.lookups.utf8);
+    text += row("  from wide text", summary.lookups.wide);
+    text += row("  ignoring case", summary.lookups.ignoring_case);
+    switch (summary.verified)
+    {
+    case Verified::yes:
+        return text + "  Verify() holds\n";
+    case Verified::no:
+        return text + "  Verify() FAILS\n";
+    case Verified::nothing_pooled:
+        break;
+    }
+    return text + "  nothing is pooled\n";
+}
+
+} // namespace
+
+std::string text_report(Input const& input, Summary const& summary)
+{
+    Totals const& totals = summary.totals;
+    std::string text = "Catalogue of " + input.title + "\n\n";
+    text += row("lines", totals.lines);
+    text += row("bytes", totals.bytes);
+    text += row("components", totals.components);
+    text += row("distinct", summary.distinct);
+    text += row("distinct ignoring case", summary.distinct_ignoring_case);
+    text += row("refused lines", totals.refused_lines);
+    text += row("bytes in refused lines", totals.refused_bytes);
+    text += refused_lines(totals);
+    text += spellings(summary);
+    text += longest(summary);
+    text += most_frequent(summary);
+    text += pool(summary);
+    return text;
+}
+
+} // namespace catalog

@@ -1,0 +1,542 @@
+#include "ORVA/String/PoolString.h"
+
+#include "support/AllocationFailure.h"
+#include "support/LogRecorder.h"
+#include "support/PoolTexts.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace
+{
+
+using namespace ORVA::String;
+using ORVA::Buffers::CPObjectMemory;
+using support::AllocationFailure;
+using support::LogMessages;
+using support::LogRecorder;
+using support::text_of;
+using support::unpooled;
+using support::utf8;
+
+constexpr unsigned int no_limit = 0xFFFFFFFFU;
+
+// The states as the four questions tell them: isnull, isempty, isdef, operator bool.
+std::string state_of(CPPoolString const& string)
+{
+    std::string state;
+    state += string.isnull() ? "null " : "";
+    state += string.isempty() ? "empty " : "";
+    state += string.isdef() ? "defined " : "";
+    state += string ? "true" : "false";
+    return state;
+}
+
+unsigned char const* form_of(CPPoolString const& string)
+{
+    return string;
+}
+
+std::string narrow(CPPoolString const& string)
+{
+    return reinterpret_cast<char const*>(form_of(string));
+}
+
+void* owned_by(CPPoolString const& string)
+{
+    return static_cast<_cppoolstring const&>(string)->pOwned;
+}
+
+CPPoolString freed_handle()
+{
+    CPPoolString string(L"value freed");
+    static_cast<CPObjectMemory&>(string).free();
+    return string;
+}
+
+bool can_hold_form(wchar_t const* text)
+{
+    CPPoolString const string(unpooled(text));
+    return form_of(string) == owned_by(string);
+}
+
+} // namespace
+
+TEST(PoolStringStates, AreAsInTheTable)
+{
+    EXPECT_EQ(state_of(CPPoolString::pnull), "null false");
+    EXPECT_EQ(state_of(CPPoolString::pempty), "empty true");
+    EXPECT_EQ(state_of(CPPoolString::ptrue), "defined true");
+    EXPECT_EQ(state_of(CPPoolString::pfalse), "defined true");
+    EXPECT_EQ(state_of(CPPoolString(L"value pooled")), "defined true");
+    CPPoolString changeable;
+    EXPECT_FALSE(static_cast<bool>(changeable));
+    changeable = L"value pooled";
+    EXPECT_TRUE(static_cast<bool>(changeable));
+}
+
+TEST(PoolStringStates, OfAHandleWithoutARecordIsFalse)
+{
+    CPPoolString const string = freed_handle();
+    EXPECT_EQ(string.get_ptr(), nullptr);
+    EXPECT_FALSE(static_cast<bool>(string));
+    EXPECT_FALSE(string.isdef());
+    EXPECT_STREQ(*string, L"");
+    EXPECT_EQ(string.len(), 0U);
+}
+
+TEST(PoolStringStates, ConstantsStandOnTheirRecords)
+{
+    EXPECT_TRUE(support::is_on(CPPoolString::pnull, Constants::null_record));
+    EXPECT_TRUE(support::is_on(CPPoolString::pempty, Constants::empty_record));
+    EXPECT_TRUE(support::is_on(CPPoolString::ptrue, Constants::true_record));
+    EXPECT_TRUE(support::is_on(CPPoolString::pfalse, Constants::false_record));
+    EXPECT_EQ(CPPoolString::ptrue.lockcnt(), 0U);
+}
+
+TEST(PoolString, IsOnePointerOfThePoolsType)
+{
+    EXPECT_EQ(sizeof(CPPoolString), sizeof(void*));
+    EXPECT_EQ(CPPoolString::GetTypeID(), &poolstring_vtbl);
+    EXPECT_EQ(static_cast<CPObjectMemory const&>(CPPoolString(L"value type")).GetTypeID(), CPPoolString::GetTypeID());
+}
+
+TEST(PoolStringConstruction, FromNothingIsNull)
+{
+    EXPECT_TRUE(CPPoolString() == CPPoolString::pnull);
+}
+
+TEST(PoolStringConstruction, FromAnotherShares)
+{
+    CPPoolString const source(L"value shared");
+    unsigned int const count = source.lockcnt();
+    CPPoolString const copy(source);
+    CPPoolString assigned;
+    assigned = source;
+    EXPECT_TRUE(copy == source);
+    EXPECT_TRUE(assigned == source);
+    EXPECT_EQ(source.lockcnt(), count + 2);
+    assigned = CPPoolString::pnull;
+    EXPECT_EQ(source.lockcnt(), count + 1);
+}
+
+TEST(PoolStringConstruction, ByMoveLeavesNull)
+{
+    CPPoolString source(L"value moved");
+    unsigned int const count = source.lockcnt();
+    CPPoolString moved(std::move(source));
+    EXPECT_TRUE(source.isnull());
+    EXPECT_EQ(moved.lockcnt(), count);
+    CPPoolString assigned(L"value moved over");
+    assigned = std::move(moved);
+    EXPECT_TRUE(moved.isnull());
+    EXPECT_EQ(assigned.lockcnt(), count);
+    EXPECT_STREQ(*assigned, L"value moved");
+}
+
+TEST(PoolStringConstruction, FromABoolIsTheConstant)
+{
+    EXPECT_TRUE(CPPoolString(true) == CPPoolString::ptrue);
+    EXPECT_TRUE(CPPoolString(false) == CPPoolString::pfalse);
+    EXPECT_STREQ(*CPPoolString(true), L"true");
+    EXPECT_STREQ(*CPPoolString(false), L"false");
+    CPPoolString assigned;
+    assigned = true;
+    EXPECT_TRUE(assigned == CPPoolString::ptrue);
+    assigned = false;
+    EXPECT_TRUE(assigned == CPPoolString::pfalse);
+}
+
+TEST(PoolStringConstruction, ConstantIsNotThePooledTextOfTheSameCharacters)
+{
+    CPPoolString const constant(true);
+    CPPoolString const pooled(L"true");
+    EXPECT_FALSE(constant == pooled);
+    EXPECT_TRUE(constant != pooled);
+    EXPECT_EQ(constant.cmp(pooled), 0);
+    EXPECT_TRUE(constant == L"true");
+    EXPECT_EQ(constant.sHash(), pooled.sHash());
+}
+
+TEST(PoolStringConstruction, FromWideTextIsPooled)
+{
+    CPPoolString const string(L"value wide");
+    EXPECT_TRUE(string == CPPoolString(CStringPool::GetStringRef(L"value wide")));
+    EXPECT_STREQ(*string, L"value wide");
+    EXPECT_TRUE(CPPoolString(L"") == CPPoolString::pempty);
+    EXPECT_TRUE(CPPoolString(static_cast<wchar_t const*>(nullptr)) == CPPoolString::pnull);
+    CPPoolString assigned;
+    assigned = L"value wide";
+    EXPECT_TRUE(assigned == string);
+    assigned = L"";
+    EXPECT_TRUE(assigned.isempty());
+    assigned = static_cast<wchar_t const*>(nullptr);
+    EXPECT_TRUE(assigned.isnull());
+}
+
+TEST(PoolStringConstruction, FromUtf8IsPooled)
+{
+    wchar_t const text[] = {L'v', L'a', L'l', 0xFC, 0x20AC, 0};
+    CPPoolString const string(utf8("val\xC3\xBC\xE2\x82\xAC"));
+    EXPECT_TRUE(string == CPPoolString(text));
+    EXPECT_TRUE(CPPoolString(utf8("")) == CPPoolString::pempty);
+    EXPECT_TRUE(CPPoolString(static_cast<unsigned char const*>(nullptr)) == CPPoolString::pnull);
+    CPPoolString assigned;
+    assigned = utf8("val\xC3\xBC\xE2\x82\xAC");
+    EXPECT_TRUE(assigned == string);
+    LogRecorder recorder;
+    assigned = utf8("\xFF");
+    EXPECT_TRUE(assigned.isnull());
+    EXPECT_EQ(recorder.take(),
+              LogMessages{support::illegal_point("_cppoolstring::create: String length cannot be 0")});
+}
+
+TEST(PoolStringConstruction, FromLocalTextIsConvertedFromCodePage1252)
+{
+    wchar_t const text[] = {L'v', L'a', L'l', 0xFC, 0x20AC, 0};
+    EXPECT_TRUE(CPPoolString("val\xFC\x80") == CPPoolString(text));
+    EXPECT_TRUE(CPPoolString("") == CPPoolString::pempty);
+    EXPECT_TRUE(CPPoolString(static_cast<char const*>(nullptr)) == CPPoolString::pnull);
+    // One of the undefined bytes refuses the whole text.
+    EXPECT_TRUE(CPPoolString("val\x81") == CPPoolString::pempty);
+}
+
+TEST(PoolStringConstruction, LocalTextIsNotAssigned)
+{
+    EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const*>));
+    EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const (&)[4]>));
+    EXPECT_TRUE((std::is_constructible_v<CPPoolString, char const*>));
+}
+
+TEST(PoolStringConstruction, FromNumbersIsDecimal)
+{
+    EXPECT_STREQ(*CPPoolString(0U), L"0");
+    EXPECT_STREQ(*CPPoolString(UINT_MAX), L"4294967295");
+    EXPECT_STREQ(*CPPoolString(0), L"0");
+    EXPECT_STREQ(*CPPoolString(-1), L"-1");
+    EXPECT_STREQ(*CPPoolString(INT_MAX), L"2147483647");
+    EXPECT_STREQ(*CPPoolString(INT_MIN), L"-2147483648");
+    EXPECT_STREQ(*CPPoolString(0ULL), L"0");
+    EXPECT_STREQ(*CPPoolString(ULLONG_MAX), L"18446744073709551615");
+    EXPECT_STREQ(*CPPoolString(0LL), L"0");
+    EXPECT_STREQ(*CPPoolString(LLONG_MAX), L"9223372036854775807");
+    EXPECT_STREQ(*CPPoolString(LLONG_MIN), L"-9223372036854775808");
+}
+
+TEST(PoolStringConstruction, NumbersOfEqualTextAreOneString)
+{
+    CPPoolString const string(5U);
+    EXPECT_TRUE(string == CPPoolString(5));
+    EXPECT_TRUE(string == CPPoolString(5ULL));
+    EXPECT_TRUE(string == CPPoolString(5LL));
+    EXPECT_TRUE(string == CPPoolString(L"5"));
+}
+
+TEST(PoolStringConstruction, NumbersAreAssigned)
+{
+    CPPoolString string;
+    string = UINT_MAX;
+    EXPECT_STREQ(*string, L"4294967295");
+    string = INT_MIN;
+    EXPECT_STREQ(*string, L"-2147483648");
+    string = ULLONG_MAX;
+    EXPECT_STREQ(*string, L"18446744073709551615");
+    string = LLONG_MIN;
+    EXPECT_STREQ(*string, L"-9223372036854775808");
+}
+
+TEST(PoolStringConstruction, FromAPoolsHandleSharesOrTakesOver)
+{
+    _cppoolstring const handle = CStringPool::GetStringRef(L"value of the pool");
+    CPPoolString const shared(handle);
+    EXPECT_EQ(handle.lockcnt(), 4U);
+    CPPoolString const taken(CStringPool::GetStringRef(L"value of the pool"));
+    EXPECT_EQ(handle.lockcnt(), 5U);
+    CPPoolString assigned;
+    assigned = handle;
+    EXPECT_TRUE(assigned == shared);
+    assigned = CStringPool::QueryStringRef(L"no such value");
+    EXPECT_TRUE(assigned.isnull());
+    EXPECT_EQ(handle.lockcnt(), 5U);
+}
+
+TEST(PoolStringConstruction, FromAnUntypedHandleTestsTheType)
+{
+    CPPoolString const string(L"value untyped");
+    CPObjectMemory const untyped = string;
+    EXPECT_TRUE(CPPoolString(untyped) == string);
+    static ORVA::Buffers::tagCPOVTABL const type = {&poolstring_create, nullptr, [](void*, unsigned long) {},
+                                                    &CPObjectMemory::_nointerface};
+    CPObjectMemory other;
+    other.Alloc(100, &type);
+    EXPECT_TRUE(CPPoolString(other).isnull());
+    CPPoolString assigned;
+    assigned = untyped;
+    EXPECT_TRUE(assigned == string);
+    assigned = other;
+    EXPECT_TRUE(assigned.isnull());
+    EXPECT_TRUE(CPPoolString(CPObjectMemory::pnull).isnull());
+}
+
+TEST(PoolStringConstruction, SelfAssignmentChangesNothing)
+{
+    CPPoolString string(L"value self");
+    unsigned int const count = string.lockcnt();
+    CPPoolString& same = string;
+    string = same;
+    string = std::move(same);
+    string = *string;
+    EXPECT_STREQ(*string, L"value self");
+    EXPECT_EQ(string.lockcnt(), count);
+}
+
+TEST(PoolStringAccess, GivesTextSizesAndHashesOfTheRecord)
+{
+    wchar_t const text[] = {L'V', L'a', L'l', 0xFC, 0x20AC, support::high_twin, 0};
+    CPPoolString const string(text);
+    EXPECT_STREQ(*string, text);
+    EXPECT_EQ(static_cast<wchar_t const*>(string), *string);
+    EXPECT_EQ(string.len(), 6U);
+    EXPECT_EQ(string.UTF8Size(), 3U + 2U + 3U + 4U);
+    EXPECT_EQ(string.sHash(), support::evaluated(text).sHash);
+    EXPECT_EQ(string.sHashi(), support::evaluated(text).sHashi);
+    EXPECT_NE(string.sHash(), string.sHashi());
+}
+
+TEST(PoolStringAccess, OfTheConstants)
+{
+    EXPECT_STREQ(*CPPoolString::pnull, L"");
+    EXPECT_EQ(CPPoolString::pnull.sHash(), ULONG_MAX);
+    EXPECT_EQ(CPPoolString::pnull.sHashi(), ULONG_MAX);
+    EXPECT_STREQ(*CPPoolString::pempty, L"");
+    EXPECT_EQ(CPPoolString::pempty.sHash(), 0U);
+    EXPECT_EQ(CPPoolString::pempty.sHashi(), 0U);
+    EXPECT_EQ(CPPoolString::ptrue.len(), 4U);
+    EXPECT_EQ(CPPoolString::pfalse.UTF8Size(), 5U);
+}
+
+TEST(PoolStringFree, DropsTheRecordAndBecomesNull)
+{
+    CPPoolString const other(L"value to free");
+    unsigned int const count = other.lockcnt();
+    CPPoolString string = other;
+    string.free();
+    EXPECT_TRUE(string.isnull());
+    EXPECT_NE(string.get_ptr(), nullptr);
+    EXPECT_EQ(other.lockcnt(), count);
+    string.free();
+    EXPECT_TRUE(string.isnull());
+    CPPoolString constant(true);
+    constant.free();
+    EXPECT_TRUE(constant.isnull());
+    CPPoolString empty(L"");
+    empty.free();
+    EXPECT_TRUE(empty.isnull());
+}
+
+TEST(PoolStringTransfer, TakesTheRecordWithoutCounting)
+{
+    CPPoolString const old(L"value before transfer");
+    unsigned int const old_count = old.lockcnt();
+    CPPoolString target = old;
+    CPPoolString source(L"value transferred");
+    unsigned int const count = source.lockcnt();
+    void const* const record = source.get_cptr();
+    target.TransferFrom(source);
+    EXPECT_EQ(target.get_cptr(), record);
+    EXPECT_EQ(target.lockcnt(), count);
+    EXPECT_TRUE(source.isnull());
+    EXPECT_NE(source.get_ptr(), nullptr);
+    EXPECT_EQ(old.lockcnt(), old_count);
+}
+
+TEST(PoolStringTransfer, OfTheSameRecordReleasesOneReference)
+{
+    CPPoolString target(L"value transferred twice");
+    CPPoolString source = target;
+    unsigned int const count = target.lockcnt();
+    target.TransferFrom(source);
+    EXPECT_TRUE(source.isnull());
+    EXPECT_EQ(target.lockcnt(), count - 1);
+    EXPECT_STREQ(*target, L"value transferred twice");
+}
+
+TEST(PoolStringTransfer, OfNullAndOfConstants)
+{
+    CPPoolString target(L"value replaced");
+    CPPoolString source;
+    target.TransferFrom(source);
+    EXPECT_TRUE(target.isnull());
+    EXPECT_TRUE(source.isnull());
+    source = true;
+    target.TransferFrom(source);
+    EXPECT_TRUE(target == CPPoolString::ptrue);
+    EXPECT_TRUE(source.isnull());
+}
+
+TEST(PoolStringTransfer, FromItselfChangesNothing)
+{
+    CPPoolString string(L"value from itself");
+    unsigned int const count = string.lockcnt();
+    string.TransferFrom(string);
+    EXPECT_STREQ(*string, L"value from itself");
+    EXPECT_EQ(string.lockcnt(), count);
+}
+
+TEST(PoolStringUtf8, IsMadeOnceAndKept)
+{
+    wchar_t const text[] = {L'f', L'o', L'r', L'm', 0xFC, 0x20AC, support::high_twin, 0};
+    CPPoolString const string(text);
+    EXPECT_EQ(owned_by(string), nullptr);
+    unsigned char const* form = nullptr;
+    {
+        AllocationFailure const counted(0);
+        form = string;
+        EXPECT_EQ(counted.attempts(), 1U);
+        EXPECT_EQ(counted.last_size(), string.UTF8Size() + 1);
+        CPPoolString const copy = string;
+        EXPECT_EQ(form_of(copy), form);
+        EXPECT_EQ(form_of(string), form);
+        EXPECT_EQ(counted.attempts(), 1U);
+    }
+    EXPECT_EQ(owned_by(string), form);
+    EXPECT_EQ(narrow(string), "form\xC3\xBC\xE2\x82\xAC\xF0\x9F\x98\x80");
+}
+
+TEST(PoolStringUtf8, OfTheConstantsIsCachedOnTheirRecords)
+{
+    EXPECT_EQ(narrow(CPPoolString::pnull), "");
+    EXPECT_EQ(narrow(CPPoolString::pempty), "");
+    EXPECT_EQ(narrow(CPPoolString::ptrue), "true");
+    EXPECT_EQ(narrow(CPPoolString::pfalse), "false");
+    EXPECT_EQ(form_of(CPPoolString::ptrue), Constants::true_record.record.pOwned);
+    EXPECT_EQ(form_of(CPPoolString(true)), form_of(CPPoolString::ptrue));
+    EXPECT_EQ(form_of(CPPoolString::pnull), Constants::null_record.record.pOwned);
+    EXPECT_NE(Constants::empty_record.record.pOwned, nullptr);
+}
+
+TEST(PoolStringUtf8, WithoutMemoryIsEmptyAndIsTriedAgain)
+{
+    CPPoolString const string(L"form without memory");
+    {
+        AllocationFailure const failure(1);
+        EXPECT_EQ(narrow(string), "");
+        EXPECT_EQ(failure.failures(), 1U);
+    }
+    EXPECT_EQ(owned_by(string), nullptr);
+    EXPECT_EQ(narrow(string), "form without memory");
+}
+
+TEST(PoolStringUtf8, OfTextThatHasNoSuchFormIsEmpty)
+{
+    wchar_t const too_high[] = {L'a', static_cast<wchar_t>(0x110000), L'b', 0};
+    CPPoolString const string(too_high);
+    EXPECT_EQ(narrow(string), "");
+    EXPECT_EQ(owned_by(string), nullptr);
+    // An overlong form counts with the bytes that it came with.
+    CPPoolString const overlong(utf8("form \xC1\x81 overlong"));
+    EXPECT_STREQ(*overlong, L"form A overlong");
+    EXPECT_EQ(overlong.UTF8Size(), 16U);
+    EXPECT_EQ(narrow(overlong), "");
+    EXPECT_EQ(owned_by(overlong), nullptr);
+    // A zero that was written as an overlong form ends the conversion.
+    CPPoolString const with_a_zero(utf8("form \xC0\x80 with a zero"));
+    EXPECT_EQ(with_a_zero.len(), 18U);
+    EXPECT_EQ(narrow(with_a_zero), "");
+}
+
+TEST(PoolStringUtf8, OfSurrogatesAndOfTheHighestCharacter)
+{
+    wchar_t const text[] = {0xD800, static_cast<wchar_t>(0x10FFFF), 0};
+    EXPECT_TRUE(can_hold_form(text));
+    EXPECT_EQ(narrow(CPPoolString(text)), "\xED\xA0\x80\xF4\x8F\xBF\xBF");
+}
+
+TEST(PoolStringUtf8, LivesAsLongAsTheString)
+{
+    CPPoolString string(L"form that lives");
+    unsigned char const* const form = string;
+    for (int visit = 0; visit < 3; ++visit)
+        ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+    EXPECT_EQ(form_of(string), form);
+    EXPECT_EQ(narrow(string), "form that lives");
+    tagSTRINGPOOLRECORD const* const record = &*static_cast<_cppoolstring const&>(string);
+    string.free();
+    ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+    EXPECT_EQ(record->pOwned, nullptr);
+    string = L"form that lives";
+    EXPECT_EQ(&*static_cast<_cppoolstring const&>(string), record);
+    EXPECT_EQ(narrow(string), "form that lives");
+}
+
+TEST(PoolStringVerify, OfGoodStringsIsOne)
+{
+    LogRecorder recorder;
+    EXPECT_EQ(CPPoolString().Verify(), 1U);
+    EXPECT_EQ(CPPoolString::pempty.Verify(), 1U);
+    EXPECT_EQ(CPPoolString::ptrue.Verify(), 1U);
+    EXPECT_EQ(CPPoolString::pfalse.Verify(), 1U);
+    EXPECT_EQ(CPPoolString(L"verified value").Verify(), 1U);
+    EXPECT_EQ(freed_handle().Verify(), 1U);
+    EXPECT_EQ(recorder.count(), 0U);
+}
+
+TEST(PoolStringVerify, ReportsAChangedRecord)
+{
+    LogRecorder recorder;
+    LogMessages const reported = {support::illegal_point("String pool integrity violation")};
+    _cppoolstring const handle = unpooled(L"verified");
+    CPPoolString const string(handle);
+    tagSTRINGBASICINFO const good = handle->info;
+    for (unsigned long tagSTRINGBASICINFO::*const field :
+         {&tagSTRINGBASICINFO::len, &tagSTRINGBASICINFO::sHash, &tagSTRINGBASICINFO::sHashi})
+    {
+        handle->info = good;
+        handle->info.*field += 1;
+        EXPECT_EQ(string.Verify(), 0U);
+        EXPECT_EQ(recorder.take(), reported);
+    }
+    handle->info = good;
+    const_cast<wchar_t*>(handle->pData)[3] = L'X';
+    EXPECT_EQ(string.Verify(), 0U);
+    EXPECT_EQ(recorder.take(), reported);
+    const_cast<wchar_t*>(handle->pData)[3] = L'i';
+    handle->info.utf8Size += 1;
+    EXPECT_EQ(string.Verify(), 1U);
+    EXPECT_EQ(recorder.count(), 0U);
+}
+
+// Kept behaviour: the evaluation ends at the first 0 of the text.
+TEST(PoolStringVerify, ReachesOnlyTheFirstZeroOfTheText)
+{
+    LogRecorder recorder;
+    CPPoolString const string(unpooled(L"front"));
+    EXPECT_EQ(string.Verify(), 1U);
+    _cppoolstring with_a_zero;
+    tagSTRINGBASICINFO info = support::evaluated(L"front");
+    info.len = 10;
+    with_a_zero.create(info, L"front\0back");
+    EXPECT_EQ(CPPoolString(with_a_zero).Verify(), 0U);
+    EXPECT_EQ(recorder.take(), LogMessages{support::illegal_point("String pool integrity violation")});
+    with_a_zero->info.len = 5;
+    EXPECT_EQ(CPPoolString(with_a_zero).Verify(), 1U);
+}
+
+TEST(PoolStringVector, HoldsStringsByTheirCounts)
+{
+    CPPoolString const string(L"value in a vector");
+    unsigned int const count = string.lockcnt();
+    {
+        ORVA::Buffers::CPObjectVector<CPPoolString> vector;
+        for (unsigned int index = 0; index < 40; ++index)
+            ASSERT_EQ(vector.Insert(string, 0), 1);
+        EXPECT_EQ(string.lockcnt(), count + 40);
+        EXPECT_TRUE(vector[39] == string);
+    }
+    EXPECT_EQ(string.lockcnt(), count);
+}

@@ -1,0 +1,293 @@
+// The flat index of the pool: it finds exactly the records that were added and not removed, and gives up as a whole
+// where the heap is exhausted.
+#include "cstringpool/pooled_strings.h"
+#include "cstringpool/record_index.h"
+
+#include "support/AllocationFailure.h"
+#include "support/LogRecorder.h"
+
+#include "ORVA/String/PoolString.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace
+{
+
+using namespace ORVA::String;
+
+class RecordIndexTest : public testing::Test
+{
+protected:
+    // A record with nothing but a hash: all that the index looks at.
+    tagSTRINGPOOLRECORD& record(unsigned long hash)
+    {
+        m_records.push_back(std::make_unique<tagSTRINGPOOLRECORD>());
+        m_records.back()->info.sHash = hash;
+        return *m_records.back();
+    }
+
+    bool holds(tagSTRINGPOOLRECORD const& wanted) const
+    {
+        return m_index.find(wanted.info.sHash,
+                            [&](tagSTRINGPOOLRECORD const& found) { return &found == &wanted; }) == &wanted;
+    }
+
+    // The number of records of a hash that the index offers.
+    unsigned long count(unsigned long hash) const
+    {
+        unsigned long offered = 0;
+        m_index.find(hash,
+                     [&](tagSTRINGPOOLRECORD const& found)
+                     {
+                         EXPECT_EQ(found.info.sHash, hash);
+                         ++offered;
+                         return false;
+                     });
+        return offered;
+    }
+
+    std::vector<std::unique_ptr<tagSTRINGPOOLRECORD>> m_records;
+    RecordIndex m_index;
+};
+
+TEST_F(RecordIndexTest, is_complete_and_empty_at_first_and_allocates_nothing)
+{
+    EXPECT_TRUE(m_index.is_complete());
+    EXPECT_EQ(count(0), 0u);
+    m_index.remove(record(1));
+}
+
+TEST_F(RecordIndexTest, finds_what_was_added)
+{
+    tagSTRINGPOOLRECORD& first = record(0);
+    tagSTRINGPOOLRECORD& second = record(~0UL);
+    m_index.add(first);
+    m_index.add(second);
+    EXPECT_TRUE(holds(first));
+    EXPECT_TRUE(holds(second));
+    EXPECT_EQ(count(5), 0u);
+}
+
+TEST_F(RecordIndexTest, looks_at_the_whole_hash_and_not_at_the_tag_alone)
+{
+    m_index.add(record(0x1000000000001234));
+    EXPECT_EQ(count(0x2000000000001234), 0u);
+    EXPECT_EQ(count(0x1000000000001234), 1u);
+}
+
+TEST_F(RecordIndexTest, holds_several_records_of_one_hash)
+{
+    for (int number = 0; number < 100; ++number)
+        m_index.add(record(77));
+    EXPECT_EQ(count(77), 100u);
+    m_index.remove(*m_records[40]);
+    EXPECT_EQ(count(77), 99u);
+    EXPECT_FALSE(holds(*m_records[40]));
+    EXPECT_TRUE(holds(*m_records[41]));
+}
+
+TEST_F(RecordIndexTest, removing_what_is_not_there_changes_nothing)
+{
+    m_index.add(record(3));
+    m_index.remove(record(3));
+    m_index.remove(record(4));
+    EXPECT_TRUE(holds(*m_records[0]));
+}
+
+// Few hashes make long runs of slots with many homes, which is where closing a gap can go wrong.
+TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
+{
+    for (unsigned long spread : {3UL, 50UL, ~0UL})
+    {
+        RecordIndex index;
+        std::set<tagSTRINGPOOLRECORD*> model;
+        std::mt19937_64 random(spread);
+        for (int step = 0; step < 6000; ++step)
+        {
+            if (model.empty() || random() % 5 < 3)
+            {
+                tagSTRINGPOOLRECORD& fresh = record(random() % spread * 0x9E3779B97F4A7C15UL);
+                index.add(fresh);
+                model.insert(&fresh);
+            }
+            else
+            {
+                auto const victim = std::next(model.begin(), static_cast<long>(random() % std::min(model.size(), 20UL)));
+                index.remove(**victim);
+                model.erase(victim);
+            }
+            if (step % 500 != 0)
+                continue;
+            for (auto const& each : m_records)
+            {
+                bool const found =
+                    index.find(each->info.sHash, [&](tagSTRINGPOOLRECORD const& r) { return &r == each.get(); });
+                ASSERT_EQ(found, model.count(each.get()) != 0) << "step " << step << " spread " << spread;
+            }
+        }
+        m_records.clear();
+    }
+}
+
+// 640 records fill five slots of eight of the first size, and 896 seven of eight.
+TEST_F(RecordIndexTest, goes_on_crowded_while_it_cannot_grow_and_gives_up_as_a_whole_when_it_is_full)
+{
+    for (unsigned long hash = 0; hash < 640; ++hash)
+        m_index.add(record(hash));
+    support::AllocationFailure const failing(1, support::AllocationFailure::forever);
+    for (unsigned long hash = 640; hash < 896; ++hash)
+        m_index.add(record(hash));
+    EXPECT_EQ(failing.failures(), 256u);
+    ASSERT_TRUE(m_index.is_complete());
+    for (unsigned long hash = 0; hash < 896; ++hash)
+        EXPECT_TRUE(holds(*m_records[hash]));
+
+    m_index.add(record(896));
+    EXPECT_FALSE(m_index.is_complete());
+    EXPECT_EQ(count(5), 0u);
+    m_index.add(record(897));
+    m_index.remove(*m_records[5]);
+    EXPECT_EQ(count(897), 0u);
+}
+
+TEST_F(RecordIndexTest, grows_later_when_it_could_not_at_first)
+{
+    for (unsigned long hash = 0; hash < 640; ++hash)
+        m_index.add(record(hash));
+    {
+        support::AllocationFailure const failing(1);
+        m_index.add(record(640));
+        EXPECT_EQ(failing.failures(), 1u);
+    }
+    for (unsigned long hash = 641; hash < 5000; ++hash)
+        m_index.add(record(hash));
+    EXPECT_TRUE(m_index.is_complete());
+    for (auto const& each : m_records)
+        EXPECT_TRUE(holds(*each));
+}
+
+class PooledStringsTest : public testing::Test
+{
+protected:
+    static _cppoolstring fresh(wchar_t const* text)
+    {
+        staticStringRecord const key(text);
+        _cppoolstring made;
+        EXPECT_EQ(made.create(key.record.info, text), 1u);
+        return made;
+    }
+
+    tagSTRINGPOOLRECORD* find(wchar_t const* text)
+    {
+        staticStringRecord const key(text);
+        return m_strings.find_record(key.record);
+    }
+
+    CCaseInsensitiveHash m_insensitive;
+    PooledStrings m_strings{&m_insensitive};
+};
+
+TEST_F(PooledStringsTest, finds_the_same_when_the_index_has_given_up)
+{
+    static constexpr int crowded = 640;
+    static constexpr int full = 896;
+    static constexpr unsigned long size_of_a_larger_index = 2048 * sizeof(unsigned long);
+
+    // The growth of the index is the last allocation of an addition; a twin, which grows as it should, tells how many
+    // come before.
+    CCaseInsensitiveHash twin_insensitive;
+    PooledStrings twin(&twin_insensitive);
+    for (int number = 0; number < 1200; ++number)
+    {
+        std::wstring const text = L"string " + std::to_wstring(number);
+        _cppoolstring string = fresh(text.c_str());
+        _cppoolstring twin_string = fresh(text.c_str());
+        bool const cannot_grow = number >= crowded && number <= full;
+        unsigned long growth = 0;
+        {
+            support::AllocationFailure const counting(0);
+            twin.add(twin_string);
+            if (cannot_grow)
+                growth = counting.attempts() + (number == crowded ? 0 : 1);
+        }
+        {
+            support::AllocationFailure const failing(growth);
+            EXPECT_EQ(m_strings.add(string), string);
+            EXPECT_EQ(failing.failures(), cannot_grow ? 1u : 0u);
+            if (cannot_grow)
+            {
+                EXPECT_EQ(failing.last_size(), size_of_a_larger_index);
+            }
+        }
+        ASSERT_EQ(find(text.c_str()), &*string) << number;
+    }
+    EXPECT_NE(find(L"string 0"), nullptr);
+    EXPECT_NE(find(L"string 1199"), nullptr);
+    EXPECT_EQ(find(L"string 1200"), nullptr);
+    EXPECT_EQ(find(L"String 7"), nullptr);
+}
+
+TEST_F(PooledStringsTest, forgets_what_is_disposed_of)
+{
+    {
+        _cppoolstring kept = fresh(L"kept");
+        _cppoolstring gone = fresh(L"gone");
+        m_strings.add(kept);
+        m_strings.add(gone);
+    }
+    _cppoolstring const held = _cppoolstring::_share(*find(L"kept"));
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_NE(find(L"gone"), nullptr);
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_EQ(find(L"gone"), nullptr);
+    EXPECT_EQ(find(L"kept"), &*held);
+}
+
+// The entry of the second table is the last allocation but none of the index; without it the pool has one handle less.
+TEST_F(PooledStringsTest, keeps_a_string_that_the_second_table_could_not_take_while_somebody_holds_it)
+{
+    _cppoolstring other = fresh(L"other");
+    m_strings.add(other);
+    _cppoolstring held = fresh(L"held");
+    for (unsigned long nth = 1;; ++nth)
+    {
+        ASSERT_LT(nth, 10u);
+        support::AllocationFailure const failing(nth);
+        if (m_strings.add(held) == held && failing.failures() == 1)
+            break;
+    }
+    ASSERT_FALSE(m_insensitive._holds(held));
+    ASSERT_EQ(held.lockcnt(), 2u);
+    for (int visit = 0; visit < 5; ++visit)
+    {
+        EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+        EXPECT_EQ(find(L"held"), &*held);
+        EXPECT_EQ(held->age, 0u);
+    }
+
+    held = _cppoolstring();
+    support::LogRecorder const log;
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_NE(find(L"held"), nullptr);
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_EQ(find(L"held"), nullptr);
+    EXPECT_NE(find(L"other"), nullptr);
+}
+
+TEST_F(PooledStringsTest, takes_the_string_that_is_there_when_one_is_added_twice)
+{
+    _cppoolstring first = fresh(L"twice");
+    _cppoolstring second = fresh(L"twice");
+    EXPECT_EQ(m_strings.add(first), first);
+    EXPECT_EQ(m_strings.add(second), first);
+    EXPECT_EQ(find(L"twice"), &*first);
+    EXPECT_EQ(first.lockcnt(), 3u);
+}
+
+} // namespace
