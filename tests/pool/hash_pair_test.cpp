@@ -18,12 +18,12 @@ using namespace ORVA::String;
 using ORVA::Buffers::CPObject;
 using ORVA::Buffers::CPObjectMemory;
 using support::AllocationFailure;
-using support::LogMessages;
-using support::LogRecorder;
 using support::chain_of;
 using support::high_twin;
 using support::higher_twin;
 using support::is_null;
+using support::LogMessages;
+using support::LogRecorder;
 using support::low_twin;
 using support::text_of;
 using support::unpooled;
@@ -37,10 +37,10 @@ LogMessages diagnosis(unsigned int referenced)
 {
     return {support::log_message(8, "cstringpool", 2956, L"SPool ClearTable: Diagnosis started",
                                  L"SPool ClearTable: Diagnosis started"),
-            support::log_message(
-                8, "cstringpool", 2958,
-                L"SPool ClearTable: diagnosis done, " + std::to_wstring(referenced) + L" items still referenced",
-                L"SPool ClearTable: diagnosis done, %u items still referenced")};
+            support::log_message(8, "cstringpool", 2958,
+                                 L"SPool ClearTable: diagnosis done, " + std::to_wstring(referenced) +
+                                     L" items still referenced",
+                                 L"SPool ClearTable: diagnosis done, %u items still referenced")};
 }
 
 // The tables as the pool has them, the one that depends on the other last.
@@ -255,9 +255,9 @@ TEST(CompareStrings, OrdersByHashesAndLengthAsUnsignedValues)
         return string;
     };
     constexpr unsigned long top = 0x8000000000000000UL;
-    std::vector<_cppoolstring> const ascending = {
-        make({5, 9, 1, 9}),   make({4, 0, 2, 3}),     make({5, 0, 2, 3}),   make({top, 0, 2, 3}), make({1, 0, 2, 4}),
-        make({1, 0, 2, top}), make({0, 0, top, 0}), make({0, 0, top, 1}), make({0, 0, top + 1, 0})};
+    std::vector<_cppoolstring> const ascending = {make({5, 9, 1, 9}),   make({4, 0, 2, 3}),   make({5, 0, 2, 3}),
+                                                  make({top, 0, 2, 3}), make({1, 0, 2, 4}),   make({1, 0, 2, top}),
+                                                  make({0, 0, top, 0}), make({0, 0, top, 1}), make({0, 0, top + 1, 0})};
     for (unsigned long a = 0; a < ascending.size(); ++a)
     {
         for (unsigned long b = 0; b < ascending.size(); ++b)
@@ -326,16 +326,16 @@ TEST(SpellingTable, AddWithoutMemoryGivesZeroAndLeavesTheTable)
     for (AllocationFailure::Duration const duration : {AllocationFailure::once, AllocationFailure::forever})
     {
         std::unique_ptr<CCaseInsensitiveHash> table;
-        unsigned long const allocations = support::for_each_allocation(
-            duration,
-            [&](unsigned long nth)
-            {
-                table = std::make_unique<CCaseInsensitiveHash>();
-                unsigned int const result = table->Add(string);
-                EXPECT_EQ(result, nth <= 3 ? 0U : 1U);
-                EXPECT_EQ(table->GetNItems(), result);
-                EXPECT_EQ(string.lockcnt(), 1 + result);
-            });
+        unsigned long const allocations =
+            support::for_each_allocation(duration,
+                                         [&](unsigned long nth)
+                                         {
+                                             table = std::make_unique<CCaseInsensitiveHash>();
+                                             unsigned int const result = table->Add(string);
+                                             EXPECT_EQ(result, nth <= 3 ? 0U : 1U);
+                                             EXPECT_EQ(table->GetNItems(), result);
+                                             EXPECT_EQ(string.lockcnt(), 1 + result);
+                                         });
         EXPECT_EQ(allocations, 3U); // the entry, the index and the bucket
     }
 }

@@ -42,11 +42,7 @@ std::wstring lower(std::wstring text)
 class Model
 {
 public:
-    explicit Model(unsigned int seed)
-        : m_random(seed)
-        , m_mark(L"~" + std::to_wstring(seed))
-    {
-    }
+    explicit Model(unsigned int seed) : m_random(seed), m_mark(L"~" + std::to_wstring(seed)) {}
 
     void step()
     {

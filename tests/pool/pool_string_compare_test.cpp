@@ -84,8 +84,16 @@ TEST(PoolStringCompare, AllShortTextsCompareAsTheirTwins)
 TEST(PoolStringCompare, RandomTextsCompareAsTheirTwins)
 {
     std::mt19937 random(5);
-    wchar_t const alphabet[] = {L'a', L'B', L'b', 1, 0x7F, 0xE4, 0xFFFF, static_cast<wchar_t>(0x10FFFF),
-                                static_cast<wchar_t>(0x80000000U), static_cast<wchar_t>(0xFFFFFFFFU)};
+    wchar_t const alphabet[] = {L'a',
+                                L'B',
+                                L'b',
+                                1,
+                                0x7F,
+                                0xE4,
+                                0xFFFF,
+                                static_cast<wchar_t>(0x10FFFF),
+                                static_cast<wchar_t>(0x80000000U),
+                                static_cast<wchar_t>(0xFFFFFFFFU)};
     // Not from the pool, which takes texts with these characters for one that differ only behind the tenth.
     auto const make = [](std::wstring const& text)
     { return text.empty() ? CPPoolString::pempty : CPPoolString(unpooled(text)); };
@@ -375,9 +383,8 @@ TEST(PoolStringOrder, OfRecordsIsThatOfTheirAddresses)
     CPPoolString const b(L"order b");
     EXPECT_EQ(a.pcmp(a), 0);
     EXPECT_EQ(a.pcmp(CPPoolString(L"order a")), 0);
-    EXPECT_EQ(a.pcmp(b), reinterpret_cast<unsigned long>(a.get_ptr()) < reinterpret_cast<unsigned long>(b.get_ptr())
-                             ? -1
-                             : 1);
+    EXPECT_EQ(a.pcmp(b),
+              reinterpret_cast<unsigned long>(a.get_ptr()) < reinterpret_cast<unsigned long>(b.get_ptr()) ? -1 : 1);
     EXPECT_EQ(b.pcmp(a), -a.pcmp(b));
     EXPECT_NE(CPPoolString::pnull.pcmp(CPPoolString::pempty), 0);
 }

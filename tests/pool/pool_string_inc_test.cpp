@@ -109,8 +109,8 @@ TEST(NumberedVariant, OfVeryLongTextOverrunsNoStack)
 
 TEST(NumberedVariant, WithoutMemoryIsNull)
 {
-    for (std::wstring const& text : {std::wstring(L"inc memory (3)"), std::wstring(L"inc memory"),
-                                     std::wstring(300, L'm') + L"(1)"})
+    for (std::wstring const& text :
+         {std::wstring(L"inc memory (3)"), std::wstring(L"inc memory"), std::wstring(300, L'm') + L"(1)"})
     {
         CPPoolString const string(text.c_str());
         AllocationFailure const failure(1, AllocationFailure::forever);

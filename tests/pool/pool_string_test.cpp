@@ -192,8 +192,7 @@ TEST(PoolStringConstruction, FromUtf8IsPooled)
     LogRecorder recorder;
     assigned = utf8("\xFF");
     EXPECT_TRUE(assigned.isnull());
-    EXPECT_EQ(recorder.take(),
-              LogMessages{support::illegal_point("_cppoolstring::create: String length cannot be 0")});
+    EXPECT_EQ(recorder.take(), LogMessages{support::illegal_point("_cppoolstring::create: String length cannot be 0")});
 }
 
 TEST(PoolStringConstruction, FromLocalTextIsConvertedFromCodePage1252)
@@ -209,7 +208,7 @@ TEST(PoolStringConstruction, FromLocalTextIsConvertedFromCodePage1252)
 TEST(PoolStringConstruction, LocalTextIsNotAssigned)
 {
     EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const*>));
-    EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const (&)[4]>));
+    EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const(&)[4]>));
     EXPECT_TRUE((std::is_constructible_v<CPPoolString, char const*>));
 }
 

@@ -23,14 +23,14 @@ namespace
 
 using namespace ORVA::String;
 using support::AllocationFailure;
+using support::chain_of;
+using support::is_empty;
+using support::is_null;
 using support::LogMessages;
 using support::LogRecorder;
 using support::SubmitterProbe;
 using support::TableFault;
 using support::TableOperation;
-using support::chain_of;
-using support::is_empty;
-using support::is_null;
 using support::text_of;
 using support::utf16;
 using support::utf8;
@@ -45,9 +45,7 @@ constexpr char const* no_submitted_length = "_cppoolstring::create [submitter]: 
 struct Source
 {
     explicit Source(std::wstring const& text)
-        : wide(text)
-        , narrow(text.begin(), text.end())
-        , half(text.begin(), text.end())
+        : wide(text), narrow(text.begin(), text.end()), half(text.begin(), text.end())
     {
     }
 
@@ -187,13 +185,13 @@ TEST_P(PoolFamily, EmptySourceGivesTheEmptyString)
 TEST_P(PoolFamily, ConstantsNeedNoLock)
 {
     g_pool_lock.Enter();
-    std::future<bool> done = std::async(std::launch::async,
-                                        []
-                                        {
-                                            Source const empty(L"");
-                                            return is_null(GetParam().look_up(nullptr, 3)) &&
-                                                   is_empty(GetParam().look_up(&empty, 3));
-                                        });
+    std::future<bool> done =
+        std::async(std::launch::async,
+                   []
+                   {
+                       Source const empty(L"");
+                       return is_null(GetParam().look_up(nullptr, 3)) && is_empty(GetParam().look_up(&empty, 3));
+                   });
     bool const returned = done.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
     g_pool_lock.Leave();
     EXPECT_TRUE(returned);
@@ -297,8 +295,7 @@ TEST_P(PoolFamily, LengthThatEvaluatesToNothingGivesTheNullString)
     for (unsigned long const length : {0UL, all_ones, 0x8000000000000000UL})
     {
         EXPECT_TRUE(is_null(GetParam().look_up(&source, length)));
-        EXPECT_EQ(recorder.take(),
-                  GetParam().makes ? LogMessages{support::illegal_point(no_length)} : LogMessages{});
+        EXPECT_EQ(recorder.take(), GetParam().makes ? LogMessages{support::illegal_point(no_length)} : LogMessages{});
     }
     EXPECT_EQ(CStringPool::GetSize(), size);
     EXPECT_TRUE(lock_is_free());
@@ -696,13 +693,13 @@ TEST(PoolCollection, DoesNothingOnAThreadOfAnotherPriority)
     }
     // It does not even ask for the lock.
     g_pool_lock.Enter();
-    std::future<unsigned int> collected = std::async(
-        std::launch::async,
-        []
-        {
-            support::ThreadPriorityOverride const idle(ORVA::Threading::eThreadPriorityIdle);
-            return CStringPool::Collect(no_limit);
-        });
+    std::future<unsigned int> collected =
+        std::async(std::launch::async,
+                   []
+                   {
+                       support::ThreadPriorityOverride const idle(ORVA::Threading::eThreadPriorityIdle);
+                       return CStringPool::Collect(no_limit);
+                   });
     EXPECT_EQ(collected.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     g_pool_lock.Leave();
     EXPECT_EQ(collected.get(), 0U);

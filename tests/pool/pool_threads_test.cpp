@@ -88,21 +88,35 @@ TEST(PoolThreads, GetOneRecordForEachText)
 
 TEST(PoolThreads, MakeOneUtf8FormOfARecord)
 {
-    constexpr unsigned int threads = 4;
-    constexpr unsigned int rounds = 200;
+    constexpr unsigned int threads = 2;
+    constexpr unsigned int rounds = 300;
+    // Long texts, so that the threads are at the same form at the same time.
+    std::vector<std::wstring> texts;
     std::vector<CPPoolString> strings;
     for (unsigned int round = 0; round < rounds; ++round)
-        strings.emplace_back(name("form", round).c_str());
+    {
+        texts.push_back(name("form", round) + std::wstring(8000, L'f'));
+        strings.emplace_back(texts.back().c_str());
+    }
     std::vector<std::vector<unsigned char const*>> forms(threads, std::vector<unsigned char const*>(rounds));
+    std::atomic<unsigned int> arrived{0};
     run_threads(threads,
                 [&](unsigned int thread)
                 {
                     for (unsigned int round = 0; round < rounds; ++round)
+                    {
+                        ++arrived;
+                        for (unsigned int turns = 1; arrived < threads * (round + 1); ++turns)
+                        {
+                            if (turns % 10000 == 0)
+                                std::this_thread::yield();
+                        }
                         forms[thread][round] = strings[round];
+                    }
                 });
     for (unsigned int round = 0; round < rounds; ++round)
     {
-        EXPECT_TRUE(has_form(strings[round], name("form", round)));
+        EXPECT_TRUE(has_form(strings[round], texts[round]));
         for (unsigned int thread = 0; thread < threads; ++thread)
             EXPECT_EQ(forms[thread][round], forms[0][round]);
     }

@@ -94,19 +94,18 @@ TEST_P(PoolAllocation, FailingInANewStringGivesTheStringOrNull)
     for (AllocationFailure::Duration const duration : {AllocationFailure::once, AllocationFailure::forever})
     {
         // The wide keys make none; then come the record and the entry, and whatever grows.
-        unsigned long const allocations =
-            support::for_each_allocation(duration,
-                                         [&](unsigned long)
-                                         {
-                                             std::wstring const text = fresh_name();
-                                             unsigned long const size = CStringPool::GetSize();
-                                             _cppoolstring const string = GetParam().get(text);
-                                             bool const is_made = !is_null(string);
-                                             EXPECT_EQ(is_in(g_sensitive_table, text), is_made);
-                                             EXPECT_EQ(text_of(string), is_made ? text : L"");
-                                             EXPECT_EQ(CStringPool::GetSize(),
-                                                       size + (is_made ? 56 + (text.size() + 1) * sizeof(wchar_t) : 0));
-                                         });
+        unsigned long const allocations = support::for_each_allocation(
+            duration,
+            [&](unsigned long)
+            {
+                std::wstring const text = fresh_name();
+                unsigned long const size = CStringPool::GetSize();
+                _cppoolstring const string = GetParam().get(text);
+                bool const is_made = !is_null(string);
+                EXPECT_EQ(is_in(g_sensitive_table, text), is_made);
+                EXPECT_EQ(text_of(string), is_made ? text : L"");
+                EXPECT_EQ(CStringPool::GetSize(), size + (is_made ? 56 + (text.size() + 1) * sizeof(wchar_t) : 0));
+            });
         EXPECT_GE(allocations, 2U);
     }
     EXPECT_EQ(CStringPool::Verify(), 1U);
@@ -140,8 +139,8 @@ TEST_P(PoolAllocation, TableThatGrowsWithoutMemoryStaysWhole)
         std::wstring const text = fresh_name();
         _cppoolstring string;
         {
-            AllocationFailure const failure(1 + number % 9, number % 2 == 0 ? AllocationFailure::once
-                                                                            : AllocationFailure::forever);
+            AllocationFailure const failure(1 + number % 9,
+                                            number % 2 == 0 ? AllocationFailure::once : AllocationFailure::forever);
             string = GetParam().get(text);
         }
         ASSERT_EQ(is_in(g_sensitive_table, text), !is_null(string));
@@ -160,13 +159,12 @@ TEST(PoolStringAllocation, FailingInTheUtf8FormGivesAnEmptyText)
     for (AllocationFailure::Duration const duration : {AllocationFailure::once, AllocationFailure::forever})
     {
         CPPoolString const fresh(fresh_name().c_str());
-        unsigned long const allocations = support::for_each_allocation(
-            duration,
-            [&](unsigned long nth)
-            {
-                unsigned char const* const form = fresh;
-                EXPECT_EQ(form[0] == 0, nth == 1);
-            });
+        unsigned long const allocations = support::for_each_allocation(duration,
+                                                                       [&](unsigned long nth)
+                                                                       {
+                                                                           unsigned char const* const form = fresh;
+                                                                           EXPECT_EQ(form[0] == 0, nth == 1);
+                                                                       });
         EXPECT_EQ(allocations, 1U);
     }
 }
@@ -177,17 +175,18 @@ TEST(PoolStringAllocation, FailingInTheNextVariantGivesNull)
     {
         for (unsigned long const length : {0UL, 400UL})
         {
-            unsigned long const allocations = support::for_each_allocation(
-                AllocationFailure::forever,
-                [&](unsigned long nth)
-                {
-                    std::wstring const text = std::wstring(length, L'v') + fresh_name() + ending;
-                    CPPoolString const string(support::unpooled(text));
-                    if (string.isnull())
-                        return;
-                    CPPoolString const variant = string.inc();
-                    EXPECT_TRUE(variant.isnull() || variant.len() >= string.len()) << nth;
-                });
+            unsigned long const allocations =
+                support::for_each_allocation(AllocationFailure::forever,
+                                             [&](unsigned long nth)
+                                             {
+                                                 std::wstring const text =
+                                                     std::wstring(length, L'v') + fresh_name() + ending;
+                                                 CPPoolString const string(support::unpooled(text));
+                                                 if (string.isnull())
+                                                     return;
+                                                 CPPoolString const variant = string.inc();
+                                                 EXPECT_TRUE(variant.isnull() || variant.len() >= string.len()) << nth;
+                                             });
             EXPECT_GE(allocations, 3U);
         }
     }

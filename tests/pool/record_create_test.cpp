@@ -17,10 +17,10 @@ namespace
 
 using namespace ORVA::String;
 using support::AllocationFailure;
+using support::is_null;
 using support::LogMessages;
 using support::LogRecorder;
 using support::SubmitterProbe;
-using support::is_null;
 using support::unpooled;
 using support::utf16;
 using support::utf8;
@@ -114,7 +114,11 @@ TEST(RecordCreate, DecodesAllOfUtf16)
     wchar_t const text[] = {L'0', L'1', L'2', L'3', L'4', L'5', 0xE4, L'7', 0x20AC, L'9', 1, L'x', 0};
     tagSTRINGBASICINFO const info = support::evaluated(text);
     _cppoolstring string;
-    ASSERT_EQ(string.create(info, utf16(u"012345\xE4" u"7\x20AC" u"9\xD83D\xDE00" u"x and more")), 1U);
+    ASSERT_EQ(string.create(info, utf16(u"012345\xE4"
+                                        u"7\x20AC"
+                                        u"9\xD83D\xDE00"
+                                        u"x and more")),
+              1U);
     expect_new_block(string, 12);
     expect_info(string, info);
     EXPECT_STREQ(string->pData, text);

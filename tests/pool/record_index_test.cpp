@@ -135,15 +135,15 @@ TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
     }
 }
 
-// 640 records fill five slots of eight of the first size, and 896 seven of eight.
+// 768 records fill three slots of four of the first size, and 896 seven of eight.
 TEST_F(RecordIndexTest, goes_on_crowded_while_it_cannot_grow_and_gives_up_as_a_whole_when_it_is_full)
 {
-    for (unsigned long hash = 0; hash < 640; ++hash)
+    for (unsigned long hash = 0; hash < 768; ++hash)
         m_index.add(record(hash));
     support::AllocationFailure const failing(1, support::AllocationFailure::forever);
-    for (unsigned long hash = 640; hash < 896; ++hash)
+    for (unsigned long hash = 768; hash < 896; ++hash)
         m_index.add(record(hash));
-    EXPECT_EQ(failing.failures(), 256u);
+    EXPECT_EQ(failing.failures(), 128u);
     ASSERT_TRUE(m_index.is_complete());
     for (unsigned long hash = 0; hash < 896; ++hash)
         EXPECT_TRUE(holds(*m_records[hash]));
@@ -158,14 +158,14 @@ TEST_F(RecordIndexTest, goes_on_crowded_while_it_cannot_grow_and_gives_up_as_a_w
 
 TEST_F(RecordIndexTest, grows_later_when_it_could_not_at_first)
 {
-    for (unsigned long hash = 0; hash < 640; ++hash)
+    for (unsigned long hash = 0; hash < 768; ++hash)
         m_index.add(record(hash));
     {
         support::AllocationFailure const failing(1);
-        m_index.add(record(640));
+        m_index.add(record(768));
         EXPECT_EQ(failing.failures(), 1u);
     }
-    for (unsigned long hash = 641; hash < 5000; ++hash)
+    for (unsigned long hash = 769; hash < 5000; ++hash)
         m_index.add(record(hash));
     EXPECT_TRUE(m_index.is_complete());
     for (auto const& each : m_records)
@@ -195,7 +195,7 @@ protected:
 
 TEST_F(PooledStringsTest, finds_the_same_when_the_index_has_given_up)
 {
-    static constexpr int crowded = 640;
+    static constexpr int crowded = 768;
     static constexpr int full = 896;
     static constexpr unsigned long size_of_a_larger_index = 2048 * sizeof(unsigned long);
 

@@ -194,9 +194,9 @@ TEST(StaticRecord, FromNullIsInTheNullState)
 TEST(StaticRecord, OfLengthZeroIsInTheNullState)
 {
     staticStringRecord const keys[] = {
-        staticStringRecord(L"text", 0),         staticStringRecord(L"", 0),
-        staticStringRecord(utf8("text"), 0),    staticStringRecord(utf8(""), 0),
-        staticStringRecord(utf16(u"text"), 0),  staticStringRecord(utf16(u""), 0),
+        staticStringRecord(L"text", 0),        staticStringRecord(L"", 0),
+        staticStringRecord(utf8("text"), 0),   staticStringRecord(utf8(""), 0),
+        staticStringRecord(utf16(u"text"), 0), staticStringRecord(utf16(u""), 0),
     };
     for (staticStringRecord const& key : keys)
     {
@@ -278,7 +278,9 @@ TEST(StaticRecord, OfTenAndElevenUtf8Characters)
 
 TEST(StaticRecord, OfBoundedUtf8EndsAtTheBoundInBytes)
 {
-    staticStringRecord const key(utf8("\xC3\xA4" "bcdef"), 4);
+    staticStringRecord const key(utf8("\xC3\xA4"
+                                      "bcdef"),
+                                 4);
     wchar_t const text[] = {0xE4, L'b', L'c', 0};
     EXPECT_TRUE(has_info_of(key.record, text, 4));
     EXPECT_STREQ(key.record.pData, text);
@@ -302,7 +304,8 @@ TEST(StaticRecord, OfUtf16HasTenCharactersAndDescribesAll)
 TEST(StaticRecord, OfUtf16TakesAPairForACharacterOfValueOne)
 {
     wchar_t const text[] = {L'a', 1, L'b', 0x20AC, 0};
-    staticStringRecord const key(utf16(u"a\xD83D\xDE00" u"b\x20AC"));
+    staticStringRecord const key(utf16(u"a\xD83D\xDE00"
+                                       u"b\x20AC"));
     EXPECT_TRUE(has_info_of(key.record, text, 1 + 1 + 1 + 3));
     EXPECT_STREQ(key.record.pData, text);
     // Ten characters can be twenty units.
@@ -315,9 +318,12 @@ TEST(StaticRecord, OfUtf16TakesAPairForACharacterOfValueOne)
 TEST(StaticRecord, OfTextThatCannotBeEvaluatedIsInTheNullState)
 {
     staticStringRecord const keys[] = {
-        staticStringRecord(utf8("A\xFF")),           staticStringRecord(utf8("A\xC3")),
-        staticStringRecord(utf8("A\xC3\xA9"), 2),    staticStringRecord(utf8("\x80")),
-        staticStringRecord(utf16(u"A\xDC00")),       staticStringRecord(utf16(u"A\xD800\x0041")),
+        staticStringRecord(utf8("A\xFF")),
+        staticStringRecord(utf8("A\xC3")),
+        staticStringRecord(utf8("A\xC3\xA9"), 2),
+        staticStringRecord(utf8("\x80")),
+        staticStringRecord(utf16(u"A\xDC00")),
+        staticStringRecord(utf16(u"A\xD800\x0041")),
         staticStringRecord(utf16(u"A\xD83D\xDE00"), 2),
     };
     for (staticStringRecord const& key : keys)
@@ -385,8 +391,8 @@ TEST(StaticRecord, DestructorFreesWhatWasAddedToAConstant)
 
 TEST(ConstantRecords, HaveTheirStates)
 {
-    for (staticStringRecord const* constant : {&Constants::null_record, &Constants::empty_record,
-                                               &Constants::true_record, &Constants::false_record})
+    for (staticStringRecord const* constant :
+         {&Constants::null_record, &Constants::empty_record, &Constants::true_record, &Constants::false_record})
         expect_static_block(*constant);
     EXPECT_TRUE(has_info(Constants::null_record.record, 0, 0, all_ones, all_ones));
     EXPECT_TRUE(has_info(Constants::empty_record.record, 0, 0, 0, 0));

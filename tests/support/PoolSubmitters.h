@@ -16,15 +16,11 @@ class SubmitterProbe : public ORVA::String::IStringSubmitter
 {
 public:
     /// Writes `text`, of which it tells the length.
-    explicit SubmitterProbe(std::wstring text)
-        : SubmitterProbe({text.size()}, text)
-    {
-    }
+    explicit SubmitterProbe(std::wstring text) : SubmitterProbe({text.size()}, text) {}
 
     /// Tells `lengths`, one at each call and the last one again and again, and writes `text`.
     SubmitterProbe(std::vector<unsigned long> lengths, std::wstring text)
-        : m_lengths(std::move(lengths))
-        , m_text(std::move(text))
+        : m_lengths(std::move(lengths)), m_text(std::move(text))
     {
     }
 

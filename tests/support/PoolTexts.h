@@ -47,8 +47,7 @@ inline ORVA::String::_cppoolstring unpooled(std::wstring const& text)
 class TextlessString
 {
 public:
-    explicit TextlessString(unsigned long length = 0)
-        : m_record(L"")
+    explicit TextlessString(unsigned long length = 0) : m_record(L"")
     {
         m_record.record.info.len = length;
         m_record.record.pData = nullptr;

@@ -33,17 +33,19 @@ void strike(TableOperation operation)
 namespace redirected
 {
 
-CPObjectMemory real_add(CBaseHashTable* table, unsigned long key, CPObjectMemory const& item, eHashCollision mode) __asm__(
+CPObjectMemory
+real_add(CBaseHashTable* table, unsigned long key, CPObjectMemory const& item, eHashCollision mode) __asm__(
     "__real__ZN4ORVA6Lookup14CBaseHashTable7AddItemEmRKNS_7Buffers14CPObjectMemoryENS0_14eHashCollisionE");
 CPObjectMemory add(CBaseHashTable* table, unsigned long key, CPObjectMemory const& item, eHashCollision mode) __asm__(
     "__wrap__ZN4ORVA6Lookup14CBaseHashTable7AddItemEmRKNS_7Buffers14CPObjectMemoryENS0_14eHashCollisionE");
 int real_enumerate(CBaseHashTable* table, IBaseHashTableEnum* callback, unsigned long key, bool by_key) __asm__(
     "__real__ZN4ORVA6Lookup14CBaseHashTable11EnumTableByEPNS0_18IBaseHashTableEnumEmb");
-int enumerate(CBaseHashTable* table, IBaseHashTableEnum* callback, unsigned long key, bool by_key) __asm__(
-    "__wrap__ZN4ORVA6Lookup14CBaseHashTable11EnumTableByEPNS0_18IBaseHashTableEnumEmb");
-int real_dispose(CBaseHashTable* table, unsigned int limit) __asm__(
-    "__real__ZN4ORVA6Lookup14CBaseHashTable12DisposeTableEj");
-int dispose(CBaseHashTable* table, unsigned int limit) __asm__("__wrap__ZN4ORVA6Lookup14CBaseHashTable12DisposeTableEj");
+int enumerate(CBaseHashTable* table, IBaseHashTableEnum* callback, unsigned long key,
+              bool by_key) __asm__("__wrap__ZN4ORVA6Lookup14CBaseHashTable11EnumTableByEPNS0_18IBaseHashTableEnumEmb");
+int real_dispose(CBaseHashTable* table,
+                 unsigned int limit) __asm__("__real__ZN4ORVA6Lookup14CBaseHashTable12DisposeTableEj");
+int dispose(CBaseHashTable* table,
+            unsigned int limit) __asm__("__wrap__ZN4ORVA6Lookup14CBaseHashTable12DisposeTableEj");
 
 CPObjectMemory add(CBaseHashTable* table, unsigned long key, CPObjectMemory const& item, eHashCollision mode)
 {

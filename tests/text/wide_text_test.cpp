@@ -2,6 +2,7 @@
 
 #include "BaseOS_Unix_common/rune_mapping.h"
 #include "cstringpool/wide_search.h"
+#include "support/AllocationFailure.h"
 
 #include <gtest/gtest.h>
 
@@ -86,11 +87,16 @@ TEST(Case, FollowsTheLocaleOfTheProcess)
     if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr && std::setlocale(LC_CTYPE, "en_US.UTF-8") == nullptr)
         GTEST_SKIP() << "no UTF-8 locale here";
     wchar_t text[] = L"\u00C4\u03A9";
+    wchar_t capitals[] = L"\u00E4\u03C9";
     wcslower(text);
+    wcsupper(capitals);
+    int const difference = wccmpi(L'\u00C4', L'\u03C9');
     int const compared = wcscmpi(L"\u00C4\u03A9x", L"\u00E4\u03C9X");
     int const found = wcscnti(L"x\u00C4\u03A9", L"\u00E4\u03C9");
     std::setlocale(LC_CTYPE, before.c_str());
     EXPECT_STREQ(text, L"\u00E4\u03C9");
+    EXPECT_STREQ(capitals, L"\u00C4\u03A9");
+    EXPECT_EQ(difference, 0xE4 - 0x3C9);
     EXPECT_EQ(compared, 0);
     EXPECT_EQ(found, 1);
 }
@@ -225,6 +231,7 @@ TEST(Substring, EqualPointersAreFoundAlsoWhenEmpty)
     {
         EXPECT_EQ(test(empty, empty), 1);
         EXPECT_EQ(test(text, text), 1);
+        EXPECT_EQ(test(nullptr, nullptr), 1);
     }
     for (bounded_test test : {wcsncnt, wcsncnti})
     {
@@ -232,6 +239,7 @@ TEST(Substring, EqualPointersAreFoundAlsoWhenEmpty)
         {
             EXPECT_EQ(test(empty, empty, bound), 1);
             EXPECT_EQ(test(text, text, bound), 1);
+            EXPECT_EQ(test(nullptr, nullptr, bound), 1);
         }
     }
 }
@@ -326,6 +334,17 @@ TEST(Substring, APartMayBeOfAnyLength)
     EXPECT_EQ(wcsncnti(text.c_str(), part.c_str(), 3 + part.size()), 1);
     EXPECT_EQ(wcsncnti(text.c_str(), part.c_str(), 2 + part.size()), 0);
     EXPECT_EQ(wcscnt(text.c_str(), (folded + L"END").c_str()), 1);
+}
+
+TEST(Substring, SearchesWithoutTheHeap)
+{
+    std::wstring const part(300000, L'Q');
+    std::wstring const text = L"..." + part;
+    support::AllocationFailure const counter(0);
+    EXPECT_EQ(wcscnt(text.c_str(), part.c_str()), 1);
+    EXPECT_EQ(wcscnti(text.c_str(), part.c_str()), 1);
+    EXPECT_EQ(wcsncnti(text.c_str(), part.c_str(), text.size()), 1);
+    EXPECT_EQ(counter.attempts(), 0UL);
 }
 
 std::wstring folded(std::wstring text)

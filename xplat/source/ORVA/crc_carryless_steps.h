@@ -54,18 +54,20 @@ ORVA_CARRYLESS_STEP __m128i fold_and_add(__m128i accumulator, __m128i bytes)
 }
 
 /// The register after the message that `accumulator` stands for: the remainder of the message times x^64.
+///
+/// Quotients add up as products do, so the halves are divided side by side. Of the quotient only the low 64 bits are
+/// needed, and they are exact; since the dividend ends in 64 bits of 0, so is the remainder from their product.
 ORVA_CARRYLESS_STEP unsigned long finish(__m128i accumulator)
 {
-    constexpr unsigned long shift = power_of_x(128);
-    constexpr unsigned long quotient = reciprocal();
-    // The high half moves over the low one and the 64 bits behind it; 128 bits remain to be divided.
-    __m128i const moved = _mm_clmulepi64_si128(accumulator, two_words(0, shift), 0x01);
-    __m128i const dividend = _mm_xor_si128(moved, _mm_slli_si128(accumulator, 8));
-    // The quotient is exact: both its factors lack their top bit, which the XOR adds.
-    __m128i const product = _mm_clmulepi64_si128(dividend, two_words(0, quotient), 0x01);
-    __m128i const whole = _mm_xor_si128(product, dividend);
-    __m128i const multiple = _mm_clmulepi64_si128(whole, two_words(0, polynomial), 0x01);
-    return static_cast<unsigned long>(_mm_cvtsi128_si64(_mm_xor_si128(multiple, dividend)));
+    __m128i const factor = two_words(reciprocal_low, reciprocal_high);
+    __m128i const high_by_low = _mm_clmulepi64_si128(accumulator, factor, 0x11);
+    __m128i const high_by_high = _mm_clmulepi64_si128(accumulator, factor, 0x01);
+    __m128i const low_by_high = _mm_clmulepi64_si128(accumulator, factor, 0x00);
+    // The reciprocal lacks its top bit, which adds the half itself: the high one beyond the bits that are needed.
+    __m128i const above = _mm_srli_si128(_mm_xor_si128(high_by_low, low_by_high), 8);
+    __m128i const quotient = _mm_xor_si128(above, _mm_xor_si128(high_by_high, accumulator));
+    __m128i const multiple = _mm_clmulepi64_si128(quotient, two_words(0, polynomial), 0x00);
+    return static_cast<unsigned long>(_mm_cvtsi128_si64(multiple));
 }
 
 /// Sixteen bytes of a message from memory of any alignment.

@@ -26,11 +26,10 @@ constexpr unsigned long power_of_x(unsigned int exponent)
     return value;
 }
 
-/// The quotient of x^128 and the generator, without its top bit x^64.
-constexpr unsigned long reciprocal()
+/// The quotient of `remainder` times x^64 and the generator: the next 64 bits of a long division.
+constexpr unsigned long next_quotient(unsigned long remainder)
 {
     unsigned long quotient = 0;
-    unsigned long remainder = polynomial;
     for (int i = 0; i < 64; ++i)
     {
         quotient = quotient << 1 | remainder >> 63;
@@ -38,6 +37,11 @@ constexpr unsigned long reciprocal()
     }
     return quotient;
 }
+
+/// The quotient of x^192 and the generator without its top bit x^128, in two words. The upper one alone is the quotient
+/// of x^128 without its top bit x^64.
+inline constexpr unsigned long reciprocal_high = next_quotient(power_of_x(64));
+inline constexpr unsigned long reciprocal_low = next_quotient(power_of_x(128));
 
 /// Entry [k][i] is the register after the byte i and k bytes of 0, from a register of 0. Eight bytes at a time take
 /// one look-up each, independent of the others: 16 KB of constants.

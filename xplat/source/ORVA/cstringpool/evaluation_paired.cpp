@@ -51,14 +51,14 @@ struct Sums
     // The steps of crc64::finish on both halves.
     ORVA_PAIRED_STEP void finish(AsciiHashes& hashes) const
     {
-        constexpr unsigned long shift = crc64::power_of_x(128);
-        constexpr unsigned long quotient = crc64::reciprocal();
-        __m256i const moved = _mm256_clmulepi64_epi128(pair, twice(crc64::two_words(0, shift)), 0x01);
-        __m256i const dividend = _mm256_xor_si256(moved, _mm256_bslli_epi128(pair, 8));
-        __m256i const product = _mm256_clmulepi64_epi128(dividend, twice(crc64::two_words(0, quotient)), 0x01);
-        __m256i const whole = _mm256_xor_si256(product, dividend);
-        __m256i const multiple = _mm256_clmulepi64_epi128(whole, twice(crc64::two_words(0, crc64::polynomial)), 0x01);
-        __m256i const remainder = _mm256_xor_si256(multiple, dividend);
+        __m256i const factor = twice(crc64::two_words(crc64::reciprocal_low, crc64::reciprocal_high));
+        __m256i const high_by_low = _mm256_clmulepi64_epi128(pair, factor, 0x11);
+        __m256i const high_by_high = _mm256_clmulepi64_epi128(pair, factor, 0x01);
+        __m256i const low_by_high = _mm256_clmulepi64_epi128(pair, factor, 0x00);
+        __m256i const above = _mm256_bsrli_epi128(_mm256_xor_si256(high_by_low, low_by_high), 8);
+        __m256i const quotient = _mm256_xor_si256(above, _mm256_xor_si256(high_by_high, pair));
+        __m256i const remainder =
+            _mm256_clmulepi64_epi128(quotient, twice(crc64::two_words(0, crc64::polynomial)), 0x00);
         hashes.text = static_cast<unsigned long>(_mm_cvtsi128_si64(_mm256_castsi256_si128(remainder)));
         hashes.folded = static_cast<unsigned long>(_mm_cvtsi128_si64(_mm256_extracti128_si256(remainder, 1)));
     }
