@@ -9,7 +9,6 @@ grep -q '^ORVA::Buffers::CPObjectMemory::Alloc(' <<<"$exported" || { echo "$1 do
 others=$(grep -vE \
     -e '^((vtable|typeinfo|typeinfo name|guard variable|non-virtual thunk|VTT) (for|to) )?(ORVA|boost|std)::' \
     -e '^isDebuggerPresent\(\)$' \
-    -e '^(__asan|__ubsan|__tsan|__sanitizer|__odr_asan|___asan|__start_asan|__stop_asan)' \
     <<<"$exported" || true)
 if [ -n "$others" ]; then
     echo "exported, but not part of the boundary:"

@@ -283,10 +283,18 @@ private:
     std::vector<std::wstring> m_gone;
 };
 
+// Disposes of what other tests left behind, and of the reports that this may cost: strings that only one table could take.
+void flush()
+{
+    ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+    ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+}
+
 } // namespace
 
 TEST(PoolRandom, OperationsAgreeWithAModel)
 {
+    flush();
     support::LogRecorder recorder;
     for (unsigned int seed = 1; seed <= 8; ++seed)
     {

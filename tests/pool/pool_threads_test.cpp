@@ -54,6 +54,13 @@ bool has_form(CPPoolString const& string, std::wstring const& text)
     return std::string(reinterpret_cast<char const*>(form)) == std::string(text.begin(), text.end());
 }
 
+// Disposes of what other tests left behind, and of the reports that this may cost: strings that only one table could take.
+void flush()
+{
+    ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+    ASSERT_EQ(CStringPool::Collect(no_limit), 1U);
+}
+
 } // namespace
 
 TEST(PoolThreads, GetOneRecordForEachText)
@@ -128,6 +135,7 @@ TEST(PoolThreads, TakeReadAndReleaseWhileOthersCollect)
     constexpr unsigned int rounds = 3000;
     constexpr unsigned int collections = 100;
     constexpr unsigned int names = 12;
+    flush();
     support::LogRecorder recorder;
     std::atomic<unsigned int> faults{0};
     CPPoolString const kept(name("collected", 0).c_str());

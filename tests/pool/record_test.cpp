@@ -431,8 +431,8 @@ TEST(RecordHandle, OnAStaticRecordIsNotCounted)
 TEST(RecordHandle, AssignmentOfAStaticRecordReleasesTheOldOne)
 {
     _cppoolstring const other = unpooled(L"record handle old");
-    _cppoolstring handle = other;
     staticStringRecord key(L"static");
+    _cppoolstring handle = other;
     handle = key;
     EXPECT_EQ(other.lockcnt(), 1U);
     EXPECT_EQ(&*handle, &key.record);
