@@ -141,7 +141,8 @@ TEST_F(CatalogProgram, TellsWhenTheReportCannotBeWritten)
 TEST_F(CatalogProgram, ShowsProgressOnATerminalAndWipesItOut)
 {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+        GTEST_SKIP() << "there are no pseudo-terminals here";
     int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_GE(end, 0);
     Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", "-"}, "a/b/c\n", -1, end);

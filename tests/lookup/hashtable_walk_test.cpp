@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace
@@ -317,6 +318,52 @@ TEST_F(HashTableWalk, PurgeOfATableThatIsClearedUnderIt)
     }
 }
 
+// What is rejected is taken out of the block that the walk began with. That one is not written back, so the block that
+// took its place keeps all; only a walk that leaves nothing frees the slot, and with it what was added meanwhile.
+TEST_F(HashTableWalk, PurgeAndDisposeOfABucketThatMovesWorkOnItsOldBlock)
+{
+    Keys const full{0x00, 0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70, 0x80, 0x90, 0xA0, 0xB0, 0xC0, 0xD0, 0xE0, 0xF0};
+    Ids const backwards{16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1};
+    auto const refill = [&]
+    {
+        table.ClearTable();
+        fill(full);
+        visitor.ids.clear();
+    };
+    auto const add_once = [&](CPObjectMemory const& item)
+    {
+        if (id_of(item) == 16)
+            table.AddItem(0x1000, make_item(50), eHashKeepEqual);
+    };
+    for (int last_kept : {8, 0})
+    {
+        refill();
+        visitor.answer = [&](unsigned long, CPObjectMemory& item)
+        {
+            add_once(item);
+            return id_of(item) <= last_kept;
+        };
+        EXPECT_EQ(table.PurgeTable(&visitor), 1);
+        EXPECT_EQ(visitor.ids, backwards);
+        EXPECT_EQ(table.GetNItems(), last_kept == 0 ? 0U : 17U);
+        EXPECT_EQ(static_cast<bool>(table.bucket(0)), last_kept != 0);
+        expect_no_handle_left_over();
+
+        refill();
+        table.on_disposable = [&](CPObjectMemory const& item)
+        {
+            add_once(item);
+            return id_of(item) > last_kept;
+        };
+        EXPECT_EQ(table.DisposeTable(no_limit), 1);
+        EXPECT_EQ(table.GetNItems(), last_kept == 0 ? 0U : 17U);
+        EXPECT_EQ(static_cast<bool>(table.bucket(0)), last_kept != 0);
+        expect_no_handle_left_over();
+        table.on_disposable = nullptr;
+    }
+    EXPECT_EQ(ProbeItem::live(), 0);
+}
+
 TEST_F(HashTableWalk, DisposeAsksFromTheLastToTheFirstAndFinalizesWhatGoes)
 {
     fill({0x01, 0x11, 0x21, 0x02, 0x03});
@@ -355,6 +402,21 @@ TEST_F(HashTableWalk, DisposeGoesRoundFromWhereTheLastCallStopped)
     table.uDisposeNext = 10;
     EXPECT_EQ(table.DisposeTable(no_limit), 1);
     EXPECT_EQ(table.take_events(), (Events{"disposable 3", "disposable 4", "disposable 1", "disposable 2"}));
+}
+
+TEST_F(HashTableWalk, DisposeGoesOnFromWhereAHookPutsIt)
+{
+    fill({0x03, 0x05, 0x0A});
+    bool moved = false;
+    table.on_disposable = [&](CPObjectMemory const&)
+    {
+        if (!std::exchange(moved, true))
+            table.uDisposeNext = 8;
+        return false;
+    };
+    EXPECT_EQ(table.DisposeTable(no_limit), 1);
+    EXPECT_EQ(table.take_events(), (Events{"disposable 1", "disposable 3", "disposable 1"}));
+    EXPECT_EQ(table.uDisposeNext, 5U) << "4 buckets before, and 12 from the ninth on";
 }
 
 TEST_F(HashTableWalk, DisposeWithoutAnIndexMovesNothing)

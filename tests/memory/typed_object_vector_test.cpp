@@ -94,6 +94,8 @@ TEST_F(TypedObjectVector, compare_type_id_orders_by_unsigned_value)
     EXPECT_EQ(CompareTypeID(&key, &empty), 0);
     key = ~0UL;
     EXPECT_EQ(CompareTypeID(&key, &handle), 1) << "with a sign it would be below";
+    void const* const identity = handle.GetTypeID();
+    EXPECT_EQ(CompareTypeID(&identity, &handle), 0) << "a key may be the pointer itself";
 }
 
 TEST_F(TypedObjectVector, an_empty_one_has_nothing)

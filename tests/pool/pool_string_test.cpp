@@ -1,4 +1,5 @@
 #include "ORVA/String/PoolString.h"
+#include "ORVA/String/Submitter.h"
 
 #include "support/AllocationFailure.h"
 #include "support/LogRecorder.h"
@@ -8,6 +9,7 @@
 
 #include <climits>
 #include <cstring>
+#include <cwchar>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -210,6 +212,71 @@ TEST(PoolStringConstruction, LocalTextIsNotAssigned)
     EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const*>));
     EXPECT_FALSE((std::is_assignable_v<CPPoolString&, char const(&)[4]>));
     EXPECT_TRUE((std::is_constructible_v<CPPoolString, char const*>));
+}
+
+template <class Pointer>
+constexpr bool makes_a_string = std::is_constructible_v<CPPoolString, Pointer>;
+template <class Pointer>
+constexpr bool is_assigned = std::is_assignable_v<CPPoolString&, Pointer>;
+
+TEST(PoolStringConstruction, PointerOfAnotherTypeDoesNotBecomeABool)
+{
+    static_assert(!makes_a_string<void const*> && !is_assigned<void const*>);
+    static_assert(!makes_a_string<void*> && !is_assigned<void*>);
+    static_assert(!makes_a_string<unsigned short const*> && !is_assigned<unsigned short const*>);
+    static_assert(!makes_a_string<signed char const*> && !is_assigned<signed char const*>);
+    static_assert(!makes_a_string<char16_t const*> && !is_assigned<char16_t const*>);
+    static_assert(!makes_a_string<CPPoolString*> && !is_assigned<CPPoolString*>);
+    static_assert(!makes_a_string<IStringSubmitter*> && !is_assigned<IStringSubmitter*>);
+
+    static_assert(makes_a_string<wchar_t*> && is_assigned<wchar_t*>);
+    static_assert(makes_a_string<wchar_t const(&)[4]> && is_assigned<wchar_t const(&)[4]>);
+    static_assert(makes_a_string<unsigned char*> && is_assigned<unsigned char*>);
+    static_assert(makes_a_string<unsigned char const(&)[4]> && is_assigned<unsigned char const(&)[4]>);
+    static_assert(makes_a_string<char*> && makes_a_string<char const(&)[4]>);
+    static_assert(makes_a_string<bool> && is_assigned<bool>);
+    SUCCEED();
+}
+
+TEST(PoolStringConstruction, EveryDocumentedSourceConvertsWithoutACast)
+{
+    static_assert(std::is_convertible_v<bool, CPPoolString>);
+    static_assert(std::is_convertible_v<wchar_t const*, CPPoolString>);
+    static_assert(std::is_convertible_v<unsigned char const*, CPPoolString>);
+    static_assert(std::is_convertible_v<char const*, CPPoolString>);
+    static_assert(std::is_convertible_v<unsigned int, CPPoolString>);
+    static_assert(std::is_convertible_v<int, CPPoolString>);
+    static_assert(std::is_convertible_v<unsigned long long, CPPoolString>);
+    static_assert(std::is_convertible_v<long long, CPPoolString>);
+    static_assert(std::is_convertible_v<_cppoolstring, CPPoolString>);
+    static_assert(std::is_convertible_v<CPObjectMemory, CPPoolString>);
+
+    wchar_t writable[] = L"value";
+    CPPoolString string = writable;
+    EXPECT_STREQ(*string, L"value");
+    string = 0;
+    EXPECT_STREQ(*string, L"0");
+    // What is narrower than an `int` is a number, and not a `bool` or a text.
+    string = static_cast<short>(-3);
+    EXPECT_STREQ(*string, L"-3");
+    string = 'a';
+    EXPECT_STREQ(*string, L"97");
+}
+
+TEST(PoolStringAccess, ConvertsToBothKindsOfTextAndToABool)
+{
+    CPPoolString string(L"conversion");
+    CPPoolString const constant = string;
+    wchar_t const* wide = string;
+    EXPECT_EQ(wide, *constant);
+    EXPECT_EQ(static_cast<wchar_t const*>(constant), wide);
+    unsigned char const* form = string;
+    EXPECT_EQ(static_cast<unsigned char const*>(constant), form);
+    bool const defined = string;
+    EXPECT_TRUE(defined);
+    EXPECT_TRUE(constant);
+    EXPECT_EQ(std::wstring(string), L"conversion");
+    EXPECT_EQ(std::wcslen(constant), 10U);
 }
 
 TEST(PoolStringConstruction, FromNumbersIsDecimal)
@@ -437,6 +504,16 @@ TEST(PoolStringUtf8, OfTextThatHasNoSuchFormIsEmpty)
     CPPoolString const string(too_high);
     EXPECT_EQ(narrow(string), "");
     EXPECT_EQ(owned_by(string), nullptr);
+    // At the end they take no place, and the form is that of the text before.
+    wchar_t const too_high_at_the_end[] = {L'a', static_cast<wchar_t>(0x110000), static_cast<wchar_t>(0x110001), 0};
+    CPPoolString const ending(too_high_at_the_end);
+    EXPECT_EQ(ending.len(), 3U);
+    EXPECT_EQ(narrow(ending), "a");
+    EXPECT_EQ(owned_by(ending), form_of(ending));
+    CPPoolString const alone(too_high_at_the_end + 1);
+    EXPECT_EQ(alone.UTF8Size(), 0U);
+    EXPECT_EQ(narrow(alone), "");
+    EXPECT_EQ(owned_by(alone), form_of(alone));
     // An overlong form counts with the bytes that it came with.
     CPPoolString const overlong(utf8("form \xC1\x81 overlong"));
     EXPECT_STREQ(*overlong, L"form A overlong");

@@ -14,6 +14,8 @@
 #include <memory>
 #include <random>
 #include <set>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace
@@ -288,6 +290,18 @@ TEST_F(PooledStringsTest, takes_the_string_that_is_there_when_one_is_added_twice
     EXPECT_EQ(m_strings.add(second), first);
     EXPECT_EQ(find(L"twice"), &*first);
     EXPECT_EQ(first.lockcnt(), 3u);
+}
+
+template <class Table, class = void>
+constexpr bool can_be_cleared = false;
+template <class Table>
+constexpr bool can_be_cleared<Table, std::void_t<decltype(std::declval<Table&>().ClearTable())>> = true;
+
+TEST(PooledStrings, are_not_cleared_behind_the_back_of_their_index)
+{
+    static_assert(can_be_cleared<CCaseSensitiveHash>);
+    static_assert(!can_be_cleared<PooledStrings>);
+    SUCCEED();
 }
 
 } // namespace

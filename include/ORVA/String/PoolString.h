@@ -52,26 +52,14 @@ public:
     /// Takes the reference of `source`, which becomes null.
     CPPoolString(CPPoolString&& source) noexcept = default;
     /// Shares a record that the pool gave.
-    CPPoolString(_cppoolstring const& source)
-        : _cppoolstring(source)
-    {
-    }
+    CPPoolString(_cppoolstring const& source) : _cppoolstring(source) {}
     /// Takes over a record that the pool gave.
-    CPPoolString(_cppoolstring&& source) noexcept
-        : _cppoolstring(std::move(source))
-    {
-    }
+    CPPoolString(_cppoolstring&& source) noexcept : _cppoolstring(std::move(source)) {}
     /// Shares the block of `source` if that is a pooled string; otherwise null.
-    CPPoolString(Buffers::CPObjectMemory const& source)
-        : _cppoolstring(source)
-    {
-    }
+    CPPoolString(Buffers::CPObjectMemory const& source) : _cppoolstring(source) {}
 
     /// The constant `ptrue` or `pfalse`, not the pooled text "true" or "false".
-    CPPoolString(bool value) noexcept
-        : _cppoolstring(value ? Constants::true_record : Constants::false_record)
-    {
-    }
+    CPPoolString(bool value) noexcept : _cppoolstring(value ? Constants::true_record : Constants::false_record) {}
     /// The pooled text; null for a null pointer.
     CPPoolString(wchar_t const* text);
     /// The pooled text, from UTF-8; null for a null pointer and for invalid text.
@@ -86,6 +74,8 @@ public:
     CPPoolString(unsigned long long value);
     /// The number in decimal.
     CPPoolString(long long value);
+    /// Not offered, so that a pointer of another type does not become a `bool`; nor is the assignment below.
+    CPPoolString(void const*) = delete;
 
     /// Each assignment does what the constructor from the same source does.
     CPPoolString& operator=(CPPoolString const& source) = default;
@@ -102,6 +92,7 @@ public:
     CPPoolString& operator=(long long value);
     /// Not offered, so that it does not become the assignment of a `bool`: construct a string instead.
     CPPoolString& operator=(char const*) = delete;
+    CPPoolString& operator=(void const*) = delete;
 
     /// False only for the null string and for a handle without a record; true for the empty string.
     operator bool() noexcept { return !isnull(); }
@@ -118,9 +109,10 @@ public:
     /// The text.
     wchar_t const* operator*() const noexcept { return _record()->pData; }
 
-    /// The text in UTF-8, with a terminator. Made at the first call, in one allocation, and kept with the record: it lives
-    /// as long as any string with this text does. "" if that fails, never null: texts with characters of 0x110000 and
-    /// above, or with overlong forms taken over from UTF-8, have no such form.
+    /// The text in UTF-8, with a terminator. Made at the first call, in one allocation, and kept with the record: it
+    /// lives as long as any string with this text does. "" if that fails, never null: texts with a character of
+    /// 0x110000 or above before others, or with overlong forms taken over from UTF-8, have no such form. Characters of
+    /// 0x110000 and above at the end of a text are left out.
     operator unsigned char const*() const;
 
     /// The length in wide characters. A load, as the next three are.

@@ -3,13 +3,15 @@
 #include "ORVA/Buffers/Sort.h"
 
 #include <climits>
+#include <cstring>
 
 namespace ORVA::Buffers
 {
 
 int CompareTypeID(void const* key, void const* element)
 {
-    unsigned long const wanted = *static_cast<unsigned long const*>(key);
+    unsigned long wanted;
+    std::memcpy(&wanted, key, sizeof(wanted));
     unsigned long const present =
         reinterpret_cast<unsigned long>(static_cast<CPObjectMemory const*>(element)->GetTypeID());
     if (wanted == present)

@@ -29,13 +29,11 @@ void under_lock(Section section)
 // What a look-up searches by.
 struct BySpelling
 {
-    static void prefetch(tagSTRINGPOOLRECORD const& key) { g_sensitive_table.prefetch(key); }
     static tagSTRINGPOOLRECORD* find(tagSTRINGPOOLRECORD const& key) { return g_sensitive_table.find_record(key); }
 };
 
 struct ByFoldedSpelling
 {
-    static void prefetch(tagSTRINGPOOLRECORD const&) {}
     static tagSTRINGPOOLRECORD* find(tagSTRINGPOOLRECORD const& key)
     {
         Buffers::CPObjectMemory const* const found = g_insensitive_table._find(key);
@@ -57,7 +55,6 @@ template <class Search, class Make>
 _cppoolstring find_or_make(staticStringRecord& key, Make make)
 {
     _cppoolstring result;
-    Search::prefetch(key.record);
     under_lock(
         [&]
         {

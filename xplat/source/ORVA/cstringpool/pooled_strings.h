@@ -22,8 +22,8 @@ public:
     // The string that is one with `key`, or null. It lives as long as the table holds it.
     tagSTRINGPOOLRECORD* find_record(tagSTRINGPOOLRECORD const& key);
 
-    // Makes a following `find_record` of `key` cheaper. The one operation here that needs no lock.
-    void prefetch(tagSTRINGPOOLRECORD const& key) const noexcept { m_index.prefetch(key.info.sHash); }
+    // Not offered: it would leave the index behind.
+    void ClearTable() = delete;
 
     // As `CCaseSensitiveHash::Add`, for a string that is not in the table.
     _cppoolstring add(_cppoolstring& s);

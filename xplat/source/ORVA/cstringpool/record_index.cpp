@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <utility>
 
 namespace ORVA::String
 {
@@ -35,10 +36,9 @@ bool RecordIndex::grow()
     if (slots == nullptr)
         return false;
     std::memset(slots, 0, new_count * sizeof(unsigned long));
-    unsigned long* const old_slots = m_slots;
-    Core::store_relaxed(m_slots, slots);
-    Core::store_relaxed(m_shift, 64 - width);
+    unsigned long* const old_slots = std::exchange(m_slots, slots);
     m_mask = new_count - 1;
+    m_shift = 64 - width;
     for (unsigned long position = 0; position < old_count; ++position)
     {
         if (old_slots[position] != 0)
@@ -50,9 +50,7 @@ bool RecordIndex::grow()
 
 void RecordIndex::give_up()
 {
-    unsigned long* const slots = m_slots;
-    Core::store_relaxed<unsigned long*>(m_slots, nullptr);
-    Core::OS::_ffree(slots);
+    Core::OS::_ffree(std::exchange(m_slots, nullptr));
     m_mask = 0;
     m_count = 0;
     m_is_complete = false;

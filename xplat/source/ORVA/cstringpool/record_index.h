@@ -47,15 +47,6 @@ public:
         }
     }
 
-    // Asks the processor for the slot of `hash` ahead of `find`. May be called at any time, without the pool's lock: it
-    // reads no slot, and an address that is no longer right does no harm.
-    void prefetch(unsigned long hash) const noexcept
-    {
-        unsigned long const* const slots = Core::load_relaxed(m_slots);
-        if (slots != nullptr)
-            __builtin_prefetch(slots + (hash * spread >> Core::load_relaxed(m_shift)));
-    }
-
     void add(tagSTRINGPOOLRECORD& record);
     // Takes a record out, if it is in.
     void remove(tagSTRINGPOOLRECORD& record);
@@ -65,8 +56,7 @@ private:
     static constexpr unsigned long address_mask = ~0UL >> tag_bits;
 
     // Hashes of short texts differ in few bits; the product spreads them over its upper ones.
-    static constexpr unsigned long spread = 0x9E3779B97F4A7C15UL;
-    unsigned long home_of(unsigned long hash) const noexcept { return (hash * spread) >> m_shift; }
+    unsigned long home_of(unsigned long hash) const noexcept { return (hash * 0x9E3779B97F4A7C15UL) >> m_shift; }
     static unsigned long tag_of(unsigned long hash) noexcept { return hash & ((1UL << tag_bits) - 1); }
     static unsigned long tag_of_slot(unsigned long slot) noexcept { return slot >> (64 - tag_bits); }
     static tagSTRINGPOOLRECORD* record_of(unsigned long slot) noexcept
