@@ -72,6 +72,26 @@ TEST_F(ObjectMemoryFree, a_finaliser_sees_a_count_of_zero)
     EXPECT_EQ(count, 0U);
 }
 
+// The handle lets go last, so the finaliser finds it on the block that is going.
+TEST_F(ObjectMemoryFree, a_finaliser_finds_the_handle_on_the_dying_block)
+{
+    int (*const releases[])(CPObjectMemory&) = {
+        [](CPObjectMemory& handle) { return handle.free(), 1; },
+        [](CPObjectMemory& handle) { return handle.Alloc(16, &BlockProbe::table); },
+        [](CPObjectMemory& handle) { return handle.Reserve(16, &BlockProbe::table); },
+    };
+    for (auto const release : releases)
+    {
+        CPObjectMemory handle = make(8);
+        void const* const payload = handle.get_cptr();
+        void const* seen = nullptr;
+        BlockProbe::records().on_finalize = [&] { seen = handle.get_cptr(); };
+        EXPECT_EQ(release(handle), 1);
+        EXPECT_EQ(seen, payload);
+        BlockProbe::records().on_finalize = nullptr;
+    }
+}
+
 TEST_F(ObjectMemoryFree, a_finaliser_may_free_the_handle_that_is_being_released)
 {
     CPObjectMemory handle = make(8);
