@@ -33,10 +33,7 @@ struct Implementation : Base, Interface
 class CountingTable : public Lookup::CBaseHashTable
 {
 public:
-    CountingTable()
-        : CBaseHashTable(4)
-    {
-    }
+    CountingTable() : CBaseHashTable(4) {}
     int compare(Buffers::CPObjectMemory const& a, Buffers::CPObjectMemory const& b) override
     {
         return a.key() < b.key() ? -1 : a.key() > b.key() ? 1 : 0;

@@ -19,8 +19,7 @@ void print_message(_nqfDebugLevel level, wchar_t const* module, char const* file
 
 struct GlobalUser
 {
-    GlobalUser()
-        : name(L"made before main")
+    GlobalUser() : name(L"made before main")
     {
         std::printf("before main: %ls, verified %u\n", *name, ORVA::String::CStringPool::Verify());
     }

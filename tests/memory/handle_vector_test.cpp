@@ -135,6 +135,28 @@ TEST_F(HandleVector, the_copy_constructor_refuses_a_foreign_block)
     EXPECT_EQ(items[0].lockcnt(), 2U);
 }
 
+// The element is destroyed in its place; the vector becomes shorter, and is closed up, afterwards.
+TEST_F(HandleVector, an_element_that_is_deleted_goes_before_the_vector_changes)
+{
+    CPOMVector vector = of_two();
+    CPObjectMemory last;
+    ASSERT_EQ(last.Alloc(16, &BlockProbe::table), 1);
+    ASSERT_EQ(vector.Insert(last, 0), 1);
+    last.free();
+    unsigned long count = 0;
+    bool in_place = false;
+    BlockProbe::records().on_finalize = [&]
+    {
+        count = vector.GetCount();
+        in_place = vector[0].GetSize() == 16 && vector[1] == items[0];
+    };
+    EXPECT_EQ(vector.Delete(0, true), 1);
+    BlockProbe::records().on_finalize = nullptr;
+    EXPECT_EQ(count, 3U);
+    EXPECT_TRUE(in_place);
+    EXPECT_EQ(vector.GetCount(), 2U);
+}
+
 TEST_F(HandleVector, vectors_nest)
 {
     {

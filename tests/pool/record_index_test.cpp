@@ -36,8 +36,8 @@ protected:
 
     bool holds(tagSTRINGPOOLRECORD const& wanted) const
     {
-        return m_index.find(wanted.info.sHash,
-                            [&](tagSTRINGPOOLRECORD const& found) { return &found == &wanted; }) == &wanted;
+        return m_index.find(wanted.info.sHash, [&](tagSTRINGPOOLRECORD const& found) { return &found == &wanted; }) ==
+               &wanted;
     }
 
     // The number of records of a hash that the index offers.
@@ -120,7 +120,8 @@ TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
             }
             else
             {
-                auto const victim = std::next(model.begin(), static_cast<long>(random() % std::min(model.size(), 20UL)));
+                auto const victim =
+                    std::next(model.begin(), static_cast<long>(random() % std::min(model.size(), 20UL)));
                 index.remove(**victim);
                 model.erase(victim);
             }

@@ -14,15 +14,9 @@ public:
     CPOMVector() noexcept = default;
 
     /// A second handle on the elements of `source`, if that is empty or a vector of whole handles; otherwise empty.
-    CPOMVector(CPOMVector const& source)
-        : CPOMVector(static_cast<CPObjectMemory const&>(source))
-    {
-    }
+    CPOMVector(CPOMVector const& source) : CPOMVector(static_cast<CPObjectMemory const&>(source)) {}
     /// As the constructor above.
-    CPOMVector(CPObjectMemory const& source)
-        : CPObjectVector(source)
-    {
-    }
+    CPOMVector(CPObjectMemory const& source) : CPObjectVector(source) {}
 
     /// A second handle on the elements of `source`; its type is not tested.
     CPOMVector& operator=(CPOMVector const& source)

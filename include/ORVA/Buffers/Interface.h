@@ -27,10 +27,7 @@ public:
     }
 
     /// The interface; the handle must not be empty.
-    T* operator->() const noexcept
-    {
-        return reinterpret_cast<T*>(static_cast<char*>(get_ptr()) + lOffset);
-    }
+    T* operator->() const noexcept { return reinterpret_cast<T*>(static_cast<char*>(get_ptr()) + lOffset); }
 
     /// The interface; the handle must not be empty.
     T& operator*() const noexcept { return *operator->(); }

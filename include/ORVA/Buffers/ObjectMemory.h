@@ -72,11 +72,7 @@ public:
     CPObjectMemory(CPObjectMemory const& source) { CopyCPMemory(source); }
 
     /// Takes the reference of `source`, which becomes empty. No count changes.
-    CPObjectMemory(CPObjectMemory&& source) noexcept
-        : m_pMH(source.m_pMH)
-    {
-        source.m_pMH = nullptr;
-    }
+    CPObjectMemory(CPObjectMemory&& source) noexcept : m_pMH(source.m_pMH) { source.m_pMH = nullptr; }
 
     /// Releases the reference. An exception that a report lets out here ends the process.
     ~CPObjectMemory() { Free(m_pMH); }

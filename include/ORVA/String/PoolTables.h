@@ -28,7 +28,7 @@ struct ORVA_API ISSTRINGPOOLENTRY
     /// Releases the rest of the chain first, in constant stack space however long it is, and then the string.
     ~ISSTRINGPOOLENTRY();
 
-    _cppoolstring string;                     ///< the spelling; the null record in a new entry
+    _cppoolstring string;                      ///< the spelling; the null record in a new entry
     Buffers::CPObject<ISSTRINGPOOLENTRY> next; ///< the next spelling of the chain, or empty
 };
 

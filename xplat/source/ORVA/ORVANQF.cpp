@@ -8,8 +8,7 @@ bool bLogFailedHRESULT = false;
 bool bBreakOnHRESULT = false;
 bool bShowAssert = false;
 
-hr::hr(long result)
-    : lResult(result)
+hr::hr(long result) : lResult(result)
 {
     if (result >= 0)
         return;

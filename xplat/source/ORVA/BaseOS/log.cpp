@@ -1,5 +1,5 @@
-#include "ORVA/Core/Atomic.h"
 #include "ORVA/Develop/Log.h"
+#include "ORVA/Core/Atomic.h"
 
 namespace ORVA::Develop
 {

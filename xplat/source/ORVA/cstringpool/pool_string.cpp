@@ -44,40 +44,22 @@ wchar_t const* numbered_suffix(wchar_t const* text, unsigned long length)
 
 } // namespace
 
-CPPoolString::CPPoolString(wchar_t const* text)
-    : _cppoolstring(CStringPool::GetStringRef(text))
-{
-}
+CPPoolString::CPPoolString(wchar_t const* text) : _cppoolstring(CStringPool::GetStringRef(text)) {}
 
-CPPoolString::CPPoolString(unsigned char const* text)
-    : _cppoolstring(CStringPool::GetStringRef(text))
-{
-}
+CPPoolString::CPPoolString(unsigned char const* text) : _cppoolstring(CStringPool::GetStringRef(text)) {}
 
-CPPoolString::CPPoolString(char const* text)
-    : _cppoolstring(CStringPool::GetStringRef(*CNQFWChar(text)))
-{
-}
+CPPoolString::CPPoolString(char const* text) : _cppoolstring(CStringPool::GetStringRef(*CNQFWChar(text))) {}
 
-CPPoolString::CPPoolString(unsigned int value)
-    : _cppoolstring(pooled_number(L"%u", value))
-{
-}
+CPPoolString::CPPoolString(unsigned int value) : _cppoolstring(pooled_number(L"%u", value)) {}
 
-CPPoolString::CPPoolString(int value)
-    : _cppoolstring(pooled_number(L"%d", value))
-{
-}
+CPPoolString::CPPoolString(int value) : _cppoolstring(pooled_number(L"%d", value)) {}
 
 CPPoolString::CPPoolString(unsigned long long value)
     : _cppoolstring(pooled_number(L"%lu", static_cast<unsigned long>(value)))
 {
 }
 
-CPPoolString::CPPoolString(long long value)
-    : _cppoolstring(pooled_number(L"%ld", static_cast<long>(value)))
-{
-}
+CPPoolString::CPPoolString(long long value) : _cppoolstring(pooled_number(L"%ld", static_cast<long>(value))) {}
 
 CPPoolString& CPPoolString::operator=(_cppoolstring const& source)
 {

@@ -252,9 +252,9 @@ bool CCaseSensitiveHash::_add(_cppoolstring& s, _cppoolstring& result)
 
 CPObjectMemory const* CCaseSensitiveHash::_find(tagSTRINGPOOLRECORD const& record)
 {
-    HASHENTRY* const found = _search(
-        record.info.sHash, [&](CPObjectMemory const& item)
-        { return item.IsType(&poolstring_vtbl) && is_one_string(payload<tagSTRINGPOOLRECORD>(item), record); });
+    HASHENTRY* const found =
+        _search(record.info.sHash, [&](CPObjectMemory const& item)
+                { return item.IsType(&poolstring_vtbl) && is_one_string(payload<tagSTRINGPOOLRECORD>(item), record); });
     return found == nullptr ? nullptr : &found->cpItem;
 }
 

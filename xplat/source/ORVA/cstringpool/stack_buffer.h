@@ -14,10 +14,7 @@ template <class T, unsigned long usual>
 class StackBuffer
 {
 public:
-    explicit StackBuffer(unsigned long count)
-        : m_elements(count <= usual ? m_usual : allocate(count))
-    {
-    }
+    explicit StackBuffer(unsigned long count) : m_elements(count <= usual ? m_usual : allocate(count)) {}
 
     StackBuffer(StackBuffer const&) = delete;
     StackBuffer& operator=(StackBuffer const&) = delete;
