@@ -1,5 +1,5 @@
-#include "ORVA/Develop/Log.h"
 #include "ORVA/Develop/Result.h"
+#include "ORVA/Develop/Log.h"
 
 namespace ORVA
 {
@@ -8,8 +8,7 @@ bool bLogFailedHRESULT = false;
 bool bBreakOnHRESULT = false;
 bool bShowAssert = false;
 
-hr::hr(long result)
-    : lResult(result)
+hr::hr(long result) : lResult(result)
 {
     if (result >= 0)
         return;
