@@ -6,5 +6,6 @@
 #include "ORVA/Core.h"
 #include "ORVA/Develop.h"
 #include "ORVA/Lookup.h"
+#include "ORVA/NQF.h"
 #include "ORVA/String.h"
 #include "ORVA/Threading.h"

@@ -9,6 +9,7 @@ grep -q '^ORVA::Buffers::CPObjectMemory::Alloc(' <<<"$exported" || { echo "$1 do
 others=$(grep -vE \
     -e '^((vtable|typeinfo|typeinfo name|guard variable|non-virtual thunk|VTT) (for|to) )?(ORVA|boost|std)::' \
     -e '^isDebuggerPresent\(\)$' \
+    -e '^_nqfUID const& __nqf_uuidof<' \
     <<<"$exported" || true)
 if [ -n "$others" ]; then
     echo "exported, but not part of the boundary:"

@@ -57,7 +57,7 @@ public:
     {
         ::new (dest, _nqfDebugLevel(0)) T(*static_cast<T const*>(source));
     }
-    static void _finalize(void* payload, unsigned long) { static_cast<T*>(payload)->~T(); }
+    static void _finalize(void* payload, unsigned long) { static_cast<T*>(payload)->T::~T(); }
 
 protected:
     /// Takes over `source` under the type test; a refused block leaves the handle empty.

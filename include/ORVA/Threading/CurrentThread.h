@@ -18,6 +18,15 @@ enum eThreadPriority : int
 
 } // namespace ORVA::Threading
 
+namespace ORVA::Threading::CurrentThread
+{
+
+/// Lets the calling thread sleep for that many milliseconds; 0 does not wait. An interruption point:
+/// `CPThread::Terminate` ends the sleep of the thread with a `boost::thread_interrupted`.
+ORVA_API void sleep(unsigned int milliseconds);
+
+} // namespace ORVA::Threading::CurrentThread
+
 namespace ORVA::Threading::CurrentThread::OS
 {
 

@@ -1,5 +1,5 @@
-#include "ORVA/Develop/Log.h"
 #include "ORVA/Develop/Result.h"
+#include "ORVA/Develop/Log.h"
 
 namespace ORVA
 {
