@@ -23,8 +23,8 @@ using namespace ORVA::Threading;
 constexpr unsigned int set_size = 8;
 
 /// A set of signals, one of which is waited for. Each kind has the same operations: `set`, `reset`, `is_set` without
-/// blocking, `wait` without limit, which gives the index of a signal that is set, and `reset_unset`, a reset that has nothing
-/// to do.
+/// blocking, `wait` without limit, which gives the index of a signal that is set, and `reset_unset`, a reset that has
+/// nothing to do.
 struct Event
 {
     explicit Event(unsigned int) {}
@@ -229,8 +229,8 @@ void wait_on_8_with_one_signaled(benchmark::State& state)
         benchmark::DoNotOptimize(kind.wait());
 }
 
-// A signal to another thread and its answer: two signals, two wake-ups. The other thread waits for one of `count`, each in
-// its turn; the last ends it.
+// A signal to another thread and its answer: two signals, two wake-ups. The other thread waits for one of `count`, each
+// in its turn; the last ends it.
 template <class Kind, class Back>
 void round_trip(benchmark::State& state, unsigned int count)
 {

@@ -105,8 +105,8 @@ TEST(EventStress, values_of_a_pulse_event_arrive_in_order)
     EXPECT_EQ(queued(event), 0U);
 }
 
-// Timed waiters, who take each other's places, beside signals, resets and listeners. A result is the end of the time, the
-// value of a signal, or the value that the event had before the first one.
+// Timed waiters, who take each other's places, beside signals, resets and listeners. A result is the end of the time,
+// the value of a signal, or the value that the event had before the first one.
 TEST(EventStress, timed_waiters_come_and_go_beside_signals)
 {
     constexpr unsigned int thread_count = 4;

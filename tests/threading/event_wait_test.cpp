@@ -51,8 +51,8 @@ struct Stand
     long result() const { return static_cast<long>(record.result); }
 };
 
-/// A thread in a timed wait, behind which `join` is called while the thread has its place and the lock is held. The time
-/// is made longer until that works out.
+/// A thread in a timed wait, behind which `join` is called while the thread has its place and the lock is held. The
+/// time is made longer until that works out.
 template <class Join>
 Background<> timed_waiter_with_others_behind(_cEvent& event, Join join)
 {
@@ -183,8 +183,8 @@ TEST(EventWait, timed_waiter_that_is_the_last_leaves_the_others_alone)
     EXPECT_EQ(second.result(), 6);
 }
 
-// A signal that comes between the first look at the state and the joining of the queue. A thread that had its first look
-// later sees the signal and its value, so it takes a round in which it was early.
+// A signal that comes between the first look at the state and the joining of the queue. A thread that had its first
+// look later sees the signal and its value, so it takes a round in which it was early.
 TEST(EventWait, signal_between_the_look_and_the_joining_gives_0_whatever_its_value)
 {
     for (unsigned int const timeout : {plenty, no_limit})

@@ -22,20 +22,21 @@
 ///
 /// Timeouts are milliseconds of a monotonic clock in an `unsigned int`: 0 never blocks, 0xFFFFFFFF waits without limit.
 ///
-/// **One timed waiter per event.** A waiter that runs out of time shortens the queue by its *last* entry, whoever's that
-/// is. If it was not the last itself, the last waiter has lost its place: no signal releases it, and when its own time is
-/// over it gets the event's value (-2 if there never was a signal) instead of -1. Only the destruction of the event still
-/// reaches it. Where several threads wait with a timeout, give each an event of its own and signal them all; any
-/// number of threads may wait on one event without limit.
+/// **One timed waiter per event.** A waiter that runs out of time shortens the queue by its *last* entry, whoever's
+/// that is. If it was not the last itself, the last waiter has lost its place: no signal releases it, and when its own
+/// time is over it gets the event's value (-2 if there never was a signal) instead of -1. Only the destruction of the
+/// event still reaches it. Where several threads wait with a timeout, give each an event of its own and signal them
+/// all; any number of threads may wait on one event without limit.
 ///
-/// **One listener per event.** `detach` works alike: of several listeners the last attached goes, not the one named, which
-/// stays in the list and must go on living. Give each multiple event events of its own.
+/// **One listener per event.** `detach` works alike: of several listeners the last attached goes, not the one named,
+/// which stays in the list and must go on living. Give each multiple event events of its own.
 ///
 /// Thread-safety: all operations may be called from any thread. What a thread wrote before a signal is seen by those
-/// whose wait ended by it. The event's lock is held while listeners are told, so a listener takes its own lock inside it.
+/// whose wait ended by it. The event's lock is held while listeners are told, so a listener takes its own lock inside
+/// it.
 ///
-/// Ownership: listeners are not owned; each must detach before either side is destroyed. An event may be destroyed while
-/// threads wait on it, not while they begin to. Destruction tells no listener.
+/// Ownership: listeners are not owned; each must detach before either side is destroyed. An event may be destroyed
+/// while threads wait on it, not while they begin to. Destruction tells no listener.
 #pragma once
 
 #include "ORVA/Buffers/ObjectVector.h"
@@ -65,7 +66,8 @@ public:
         eEventPulse = 3     ///< automatic: a signal releases those who wait now and leaves nothing behind
     };
 
-    /// An event that is invalid until `initState`. Throws `boost::thread_resource_error` if the system has no more locks.
+    /// An event that is invalid until `initState`. Throws `boost::thread_resource_error` if the system has no more
+    /// locks.
     _cEvent();
     /// Releases all waiters with -2.
     ~_cEvent();
@@ -82,8 +84,8 @@ public:
     /// Back to unsignalled; the value stays. False for an invalid event. Takes no lock unless the event is signalled.
     bool Reset();
 
-    /// Sets the state, and the value 1024 with `eEventSignaled`. Takes no lock and tells nobody: for an event that is not
-    /// in use yet.
+    /// Sets the state, and the value 1024 with `eEventSignaled`. Takes no lock and tells nobody: for an event that is
+    /// not in use yet.
     void initState(eEventState state);
 
     /// The state at this moment. Takes no lock.
@@ -107,8 +109,8 @@ protected:
     long _wait(std::unique_lock<boost::mutex>& lock, unsigned int milliseconds);
 
 private:
-    // A multiple event comes for this lock with its own lock held, and a signal the other way round. So these do not wait
-    // for the lock: they do nothing and give no result while somebody else has it.
+    // A multiple event comes for this lock with its own lock held, and a signal the other way round. So these do not
+    // wait for the lock: they do nothing and give no result while somebody else has it.
     friend class _cMultipleEvent;
     std::optional<bool> _try_attach(_cEvent* listener);
     std::optional<bool> _try_detach(_cEvent* listener);
@@ -126,12 +128,13 @@ protected:
     boost::mutex m_lock;              ///< guards both lists and the changes of state
     std::atomic<eEventState> m_state; ///< read without the lock
     std::atomic<unsigned long> m_value;
-    Buffers::CPPlainVector<_cEvent*>
-        m_waiters; ///< in order of arrival; in truth addresses of `tagEVENTWAITER`, or null
-    Buffers::CPPlainVector<_cEvent*> m_listeners; ///< in order of attachment
+    /// In order of arrival; in truth addresses of `tagEVENTWAITER`, null for a waiter that has left.
+    Buffers::CPPlainVector<_cEvent*> m_waiters;
+    /// In order of attachment.
+    Buffers::CPPlainVector<_cEvent*> m_listeners;
 
 private:
-    tagEVENTWAITER* m_strays = nullptr; ///< waiters that have no place in the list and may still come for the lock
+    tagEVENTWAITER* m_strays = nullptr; // waiters without a place in the list that may still come for the lock
 };
 
 static_assert(sizeof(std::atomic<_cEvent::eEventState>) == 4 && sizeof(std::atomic<unsigned long>) == 8,

@@ -21,13 +21,13 @@
 ///
 /// What to know:
 ///
-/// - Attach all events before the first `Wait` that may block. Once a thread has blocked here, attaching and detaching are
-///   refused for good, even when nobody waits any more.
+/// - Attach all events before the first `Wait` that may block. Once a thread has blocked here, attaching and detaching
+///   are refused for good, even when nobody waits any more.
 /// - Destruction does not detach. An attached event that lives on must not be signalled any more. Keep both in the
 ///   same hands, or detach while that is possible.
 /// - Attach an event to one multiple event only: `_cEvent::detach` removes the last listener, whichever is meant.
-/// - An event at index 1024 is reported to threads that are blocked when it is signalled, never to those that come later;
-///   neither are those behind it while it is signalled and none before it is. Use fewer than 1025 events.
+/// - An event at index 1024 is reported to threads that are blocked when it is signalled, never to those that come
+///   later; neither are those behind it while it is signalled and none before it is. Use fewer than 1025 events.
 ///
 /// Thread-safety: all operations may be called from any thread, but attaching and detaching an event must not overlap
 /// with a signal of that event: they take this object's lock and then the event's, a signal takes them the other way
@@ -53,23 +53,24 @@ public:
     /// Makes it a barrier, or any-of with false. False, with nothing changed, while events are attached.
     bool initBarrier(bool barrier);
 
-    /// Appends an event. False for an empty handle, once a thread has blocked here, without memory, and for a barrier if
-    /// the event is neither `eEventReset` nor `eEventSignaled`. An event may be attached more than once; the lowest index
-    /// is reported.
+    /// Appends an event. False for an empty handle, once a thread has blocked here, without memory, and for a barrier
+    /// if the event is neither `eEventReset` nor `eEventSignaled`. An event may be attached more than once; the lowest
+    /// index is reported.
     bool AttachSingle(CPEvent const& event);
 
-    /// Removes an event; the indexes of later ones drop by one. False if it is not attached, and once a thread has blocked
-    /// here.
+    /// Removes an event; the indexes of later ones drop by one. False if it is not attached, and once a thread has
+    /// blocked here.
     bool DetachSingle(CPEvent const& event);
 
-    /// Called by the signal of an attached event, with that event's lock held. False, with no effect, until a thread has
-    /// blocked here, for an event that is not attached, and for a barrier that is not complete.
+    /// Called by the signal of an attached event, with that event's lock held. False, with no effect, until a thread
+    /// has blocked here, for an event that is not attached, and for a barrier that is not complete.
     bool Set(_cEvent* pSource) override;
 
     /// Looks at the events, lowest index first, and blocks up to `milliseconds` if that decides nothing.
     long Wait(unsigned int milliseconds) override;
 
-    /// `_cEvent::Reset` on the event at `index`; false if there is none. The base's `Reset` of the object itself is hidden.
+    /// `_cEvent::Reset` on the event at `index`; false if there is none. The base's `Reset` of the object itself is
+    /// hidden.
     bool Reset(unsigned long index);
 
     /// `_cEvent::Reset` on every attached event, whatever comes of it. The result is **always false**.

@@ -11,12 +11,14 @@
 //
 // - S or D decide first: they write the result and open the gate. W, which is too late, goes back to the gate, which is
 //   about to open, takes the result and does not look at the event again: D may have freed it.
-// - W decides first: it is on its way to the lock, and its frame lives until it has had it. S leaves the record alone but
-//   keeps it in sight among the strays, since the list is emptied. D gives the lock up and comes back until W has been
-//   there, so the lock outlives W's need of it. W finds itself in the list or not, and knows whether a signal came first.
+// - W decides first: it is on its way to the lock, and its frame lives until it has had it. S leaves the record alone
+//   but keeps it in sight among the strays, since the list is emptied. D gives the lock up and comes back until W has
+//   been there, so the lock outlives W's need of it. W finds itself in the list or not, and knows whether a signal came
+//   first.
 //
-// A waiter that lost its place in the list, because another one that ran out of time took the last entry away, is a stray
-// too: no signal goes through the strays, but D does, so that it does not come for the lock of an event that is gone.
+// A waiter that lost its place in the list, because another one that ran out of time took the last entry away, is a
+// stray too: no signal goes through the strays, but D does, so that it does not come for the lock of an event that is
+// gone.
 
 namespace ORVA::Threading
 {

@@ -6,8 +6,8 @@
 
 #include <atomic>
 
-// One thread locks a gate and another one opens it. That is allowed as long as the Boost class is a flag under a mutex and
-// a condition, and not a mutex of the system. This macro is by what Boost chooses between the two.
+// One thread locks a gate and another one opens it. That is allowed as long as the Boost class is a flag under a mutex
+// and a condition, and not a mutex of the system. This macro is by what Boost chooses between the two.
 #ifdef BOOST_THREAD_USES_PTHREAD_TIMEDLOCK
 #error                                                                                                                 \
     "boost::timed_mutex is a mutex of the system here, which only its holder may unlock: the gate needs another class"

@@ -3,9 +3,9 @@
 #include <thread>
 #include <utility>
 
-// Why no signal is lost. A signaller stores the event's state first and calls `Set` then, which needs this object's lock;
-// a waiter looks at the states and joins the queue in one hold of that lock. So either the waiter sees the new state, or
-// `Set` comes after the waiter has joined, and releases it.
+// Why no signal is lost. A signaller stores the event's state first and calls `Set` then, which needs this object's
+// lock; a waiter looks at the states and joins the queue in one hold of that lock. So either the waiter sees the new
+// state, or `Set` comes after the waiter has joined, and releases it.
 
 namespace ORVA::Threading
 {
@@ -27,8 +27,8 @@ bool is_signaled(CPEvent const& event) noexcept
 
 } // namespace
 
-// Runs a step that takes the lock of an event inside this object's. It has no result if a signal, which takes the two the
-// other way round, has that lock and is or will be waiting for this one: then this one is given up for a moment.
+// Runs a step that takes the lock of an event inside this object's. It has no result if a signal, which takes the two
+// the other way round, has that lock and is or will be waiting for this one: then this one is given up for a moment.
 template <class Step>
 bool _cMultipleEvent::_with_event(Step step)
 {
