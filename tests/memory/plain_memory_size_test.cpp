@@ -3,6 +3,7 @@
 #include "support/AllocationFailure.h"
 #include "support/BlockProbe.h"
 #include "support/LogRecorder.h"
+#include "support/PlainMemoryFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -19,29 +20,8 @@ using ORVA::Buffers::CPPlainMemory;
 
 tagCPOVTABL const* const plain = &CPPlainMemory::_vtbl;
 
-class PlainMemorySize : public testing::Test
+class PlainMemorySize : public PlainMemoryFixture
 {
-protected:
-    void SetUp() override { BlockProbe::reset(); }
-    void TearDown() override
-    {
-        EXPECT_EQ(recorder.take(), LogMessages()) << "a report that the test does not state";
-        BlockProbe::reset();
-    }
-    // "abcdefgh..." in `size` bytes.
-    static CPPlainMemory filled(unsigned long size)
-    {
-        CPPlainMemory made;
-        EXPECT_EQ(made.Alloc(size), 1);
-        for (unsigned long index = 0; index < size; ++index)
-            static_cast<char*>(made.get_ptr())[index] = static_cast<char>('a' + index % 26);
-        return made;
-    }
-    static std::string text(CPObjectMemory const& handle)
-    {
-        return std::string(static_cast<char const*>(handle.get_cptr()), handle.GetSize());
-    }
-    LogRecorder recorder;
 };
 
 TEST_F(PlainMemorySize, resize_to_the_same_size_does_nothing)

@@ -2,6 +2,7 @@
 #include "support/AllocationFailure.h"
 #include "support/BlockProbe.h"
 #include "support/LogRecorder.h"
+#include "support/PlainMemoryFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -20,29 +21,8 @@ tagCPOVTABL const* const plain = &CPPlainMemory::_vtbl;
 
 static_assert(sizeof(CPPlainMemory) == sizeof(void*) && !std::is_polymorphic_v<CPPlainMemory>);
 
-class PlainMemory : public testing::Test
+class PlainMemory : public PlainMemoryFixture
 {
-protected:
-    void SetUp() override { BlockProbe::reset(); }
-    void TearDown() override
-    {
-        EXPECT_EQ(recorder.take(), LogMessages()) << "a report that the test does not state";
-        BlockProbe::reset();
-    }
-    // "abcdefgh..." in `size` bytes.
-    static CPPlainMemory filled(unsigned long size)
-    {
-        CPPlainMemory made;
-        EXPECT_EQ(made.Alloc(size), 1);
-        for (unsigned long index = 0; index < size; ++index)
-            static_cast<char*>(made.get_ptr())[index] = static_cast<char>('a' + index % 26);
-        return made;
-    }
-    static std::string text(CPObjectMemory const& handle)
-    {
-        return std::string(static_cast<char const*>(handle.get_cptr()), handle.GetSize());
-    }
-    LogRecorder recorder;
 };
 
 TEST_F(PlainMemory, has_its_own_table)
