@@ -1,7 +1,7 @@
 #include "ORVA/Threading/Event.h"
 
 #include "support/AllocationFailure.h"
-#include "threading/event_threads.h"
+#include "threading/event_places.h"
 
 #include <gtest/gtest.h>
 
@@ -84,6 +84,26 @@ TEST_F(EventListeners, exceptions_are_dropped_and_the_others_told)
     event.initState(_cEvent::eEventReset);
     EXPECT_TRUE(event.Set(nullptr));
     EXPECT_EQ(event.getState(), _cEvent::eEventSignaled);
+}
+
+// They are called with the lock held, so `signal` is theirs to call.
+TEST_F(EventListeners, may_signal_the_event_once_more)
+{
+    Stand waiter;
+    waiter.join(event);
+    Listener again(
+        [&](_cEvent* source)
+        {
+            told.push_back(1);
+            return told.size() > 1 || source->signal(2);
+        });
+    ASSERT_TRUE(event.attach(&again));
+    EXPECT_TRUE(signal(event, 1));
+    EXPECT_EQ(told, (Numbers{1, 1}));
+    EXPECT_TRUE(waiter.is_released());
+    EXPECT_EQ(waiter.result(), 1) << "it has been released and is not touched again";
+    EXPECT_EQ(Look::value(event), 2U);
+    EXPECT_EQ(queued(event), 0U);
 }
 
 TEST_F(EventListeners, attached_twice_are_told_twice)

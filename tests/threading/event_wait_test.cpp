@@ -1,11 +1,9 @@
 #include "ORVA/Threading/Event.h"
 
-#include "threading/event_threads.h"
-#include "threading/event_waiter.h"
+#include "threading/event_places.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -15,68 +13,6 @@ namespace
 {
 
 using namespace events;
-
-struct Event final : _cEvent
-{
-    explicit Event(eEventState state) { initState(state); }
-};
-
-std::unique_ptr<Event> make_event(_cEvent::eEventState state)
-{
-    return std::make_unique<Event>(state);
-}
-
-/// Lets `milliseconds` go by for others: no result depends on it.
-void leave_time(unsigned int milliseconds)
-{
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-    while (std::chrono::steady_clock::now() < end)
-        std::this_thread::yield();
-}
-
-/// A place in a queue that no thread stands behind. It has to outlive the event.
-struct Stand
-{
-    tagEVENTWAITER record;
-
-    /// Takes the last place, the lock held.
-    void join(_cEvent& event)
-    {
-        record.gate.Enter();
-        auto& list = Look::waiters(event);
-        ASSERT_EQ(list.Insert(reinterpret_cast<_cEvent*>(&record), list.GetCount()), 1);
-    }
-    /// Whether it has been released; only to be asked once.
-    bool is_released() { return record.gate.TryEnter(0); }
-    long result() const { return static_cast<long>(record.result); }
-};
-
-/// A thread in a timed wait, behind which `join` is called while the thread has its place and the lock is held. The
-/// time is made longer until that works out.
-template <class Join>
-Background<> timed_waiter_with_others_behind(_cEvent& event, Join join)
-{
-    unsigned long const before = queued(event);
-    for (unsigned int timeout = 10;; timeout *= 2)
-    {
-        Background<> waiter([&event, timeout] { return event.Wait(timeout); });
-        bool joined = false;
-        until(
-            [&]
-            {
-                if (waiter.has_ended())
-                    return true;
-                std::lock_guard<boost::mutex> const lock(Look::lock(event));
-                joined = Look::waiters(event).GetCount() == before + 1;
-                if (joined)
-                    join();
-                return joined;
-            },
-            "a timed waiter to join the queue");
-        if (joined)
-            return waiter;
-    }
-}
 
 TEST(EventGate, is_opened_by_another_thread_than_the_one_that_locked_it)
 {
@@ -144,9 +80,11 @@ TEST(EventWait, waiters_are_released_before_listeners_are_told)
     auto const event = make_event(_cEvent::eEventReset);
     Background<> waiter = queued_waiter(*event, no_limit);
     bool released_before = false;
+    unsigned long places = 0;
     Listener listener(
         [&](_cEvent*) -> bool
         {
+            places = Look::waiters(*event).GetCount();
             until([&] { return waiter.has_ended(); }, "the waiter to be released");
             released_before = true;
             throw std::runtime_error("listener");
@@ -154,7 +92,30 @@ TEST(EventWait, waiters_are_released_before_listeners_are_told)
     ASSERT_TRUE(event->attach(&listener));
     EXPECT_TRUE(signal(*event, 4));
     EXPECT_TRUE(released_before);
+    EXPECT_EQ(places, 1U) << "the list is emptied at the end";
+    EXPECT_EQ(queued(*event), 0U);
     EXPECT_EQ(waiter.result(), 4);
+}
+
+// The signaller is stopped on its way by a gate that somebody else is busy with.
+TEST(EventWait, gates_are_opened_in_the_order_of_arrival)
+{
+    auto const event = make_event(_cEvent::eEventPulse);
+    Stand first;
+    Stand second;
+    Stand third;
+    for (Stand* const stand : {&first, &second, &third})
+        stand->join(*event);
+    auto* const busy = reinterpret_cast<boost::timed_mutex*>(&second.record.gate)->native_handle();
+    pthread_mutex_lock(busy);
+    Background<bool> signaller([&event] { return signal(*event, 3); });
+    bool third_released = false;
+    until([&] { return first.is_released() || (third_released = third.is_released()); }, "one gate to be opened");
+    EXPECT_FALSE(third_released || third.is_released());
+    pthread_mutex_unlock(busy);
+    EXPECT_TRUE(signaller.result());
+    EXPECT_TRUE(second.is_released());
+    EXPECT_TRUE(third.is_released());
 }
 
 TEST(EventWait, queue_grows_by_128_bytes)
@@ -249,181 +210,31 @@ TEST(EventWait, late_waiter_gets_the_value_of_the_last_of_several_signals)
     EXPECT_TRUE(result == 1 || result == 2) << result;
 }
 
-// The removal takes the last entry.
-
-TEST(EventWait, waiter_that_runs_out_of_time_takes_the_place_of_the_last_one)
-{
-    Stand middle;
-    Stand last;
-    auto const event = make_event(_cEvent::eEventReset);
-    Background<> waiter = timed_waiter_with_others_behind(*event,
-                                                          [&]
-                                                          {
-                                                              middle.join(*event);
-                                                              last.join(*event);
-                                                          });
-    EXPECT_EQ(waiter.result(), -1);
-    EXPECT_EQ(queued(*event), 2U) << "one entry went";
-    EXPECT_TRUE(Look::waiters(*event)[0] == nullptr) << "no address of a stack that is gone is left";
-
-    EXPECT_TRUE(signal(*event, 5));
-    EXPECT_TRUE(middle.is_released());
-    EXPECT_EQ(middle.result(), 5);
-    EXPECT_FALSE(last.is_released()) << "it has lost its place";
-    EXPECT_EQ(queued(*event), 0U);
-
-    EXPECT_TRUE(event->Reset());
-    EXPECT_TRUE(signal(*event, 6));
-    EXPECT_FALSE(last.is_released()) << "no signal reaches it any more";
-}
-
-TEST(EventWait, place_in_the_middle_is_cleared_and_the_first_one_stays)
-{
-    Stand first;
-    Stand last;
-    auto const event = make_event(_cEvent::eEventPulse);
-    {
-        std::lock_guard<boost::mutex> const lock(Look::lock(*event));
-        first.join(*event);
-    }
-    Background<> waiter = timed_waiter_with_others_behind(*event, [&] { last.join(*event); });
-    EXPECT_EQ(waiter.result(), -1);
-    EXPECT_EQ(queued(*event), 2U);
-    EXPECT_TRUE(Look::waiters(*event)[1] == nullptr);
-    EXPECT_EQ(event->Wait(5), -1) << "a later one comes and goes at the end";
-    EXPECT_EQ(queued(*event), 2U);
-    EXPECT_TRUE(signal(*event, 8));
-    EXPECT_TRUE(first.is_released());
-    EXPECT_FALSE(last.is_released());
-}
-
-TEST(EventWait, only_the_end_of_the_event_reaches_a_waiter_that_lost_its_place)
-{
-    auto event = make_event(_cEvent::eEventReset);
-    Stand first_lost;
-    Stand second_lost;
-    for (Stand* const lost : {&first_lost, &second_lost})
-    {
-        Background<> waiter = timed_waiter_with_others_behind(*event, [&] { lost->join(*event); });
-        EXPECT_EQ(waiter.result(), -1);
-    }
-    event.reset();
-    EXPECT_TRUE(first_lost.is_released());
-    EXPECT_EQ(first_lost.result(), -2);
-    EXPECT_TRUE(second_lost.is_released());
-    EXPECT_EQ(second_lost.result(), -2);
-}
-
-// Two threads whose times end one after the other: the second one has lost its place to the first.
-long result_of_a_timed_waiter_without_a_place(_cEvent& event)
-{
-    for (unsigned int timeout = 20;; timeout *= 2)
-    {
-        Background<> first([&event, timeout] { return event.Wait(timeout); });
-        until([&] { return queued(event) == 1 || first.has_ended(); }, "the first waiter");
-        Background<> second([&event, timeout] { return event.Wait(4 * timeout); });
-        bool both = false;
-        until(
-            [&]
-            {
-                both = queued(event) == 2;
-                return both || second.has_ended();
-            },
-            "the second waiter");
-        EXPECT_EQ(first.result(), -1);
-        long const result = second.result();
-        signal(event, Look::value(event)); // empties the list
-        event.Reset();
-        if (both)
-            return result;
-    }
-}
-
-TEST(EventWait, timed_waiter_without_a_place_gets_the_value_of_the_event_in_the_end)
+// The test is the signaller: it decides for the waiter and takes its time to open the gate.
+TEST(EventWait, waiter_whose_time_is_over_waits_for_a_signaller_that_was_first)
 {
     auto const event = make_event(_cEvent::eEventPulse);
-    EXPECT_EQ(result_of_a_timed_waiter_without_a_place(*event), -2) << "there never was a signal";
-    signal(*event, 31);
-    EXPECT_EQ(result_of_a_timed_waiter_without_a_place(*event), 31);
-}
-
-// The end of the event.
-
-TEST(EventWait, end_of_the_event_releases_all_waiters_with_minus_2)
-{
-    for (auto const state : {_cEvent::eEventReset, _cEvent::eEventPulse})
+    tagEVENTWAITER* record = nullptr;
+    std::optional<Background<>> waiter;
+    while (record == nullptr)
     {
-        auto event = make_event(state);
-        signal(*event, 3);
-        event->initState(state);
-        std::vector<Background<>> waiters;
-        for (unsigned int const timeout : {no_limit, plenty, no_limit, plenty})
-            waiters.push_back(queued_waiter(*event, timeout));
-        event.reset();
-        for (Background<>& waiter : waiters)
-            EXPECT_EQ(waiter.result(), -2);
+        waiter.emplace(timed_waiter_with_others_behind(*event,
+                                                       [&]
+                                                       {
+                                                           tagEVENTWAITER& found = record_at(*event, 0);
+                                                           if (!found.decide())
+                                                               return;
+                                                           record = &found;
+                                                           Look::waiters(*event).Resize(0);
+                                                       }));
+        if (record == nullptr)
+            waiter->result();
     }
-}
-
-TEST(EventWait, end_of_the_last_handle_releases_the_waiters)
-{
-    std::optional<CPEvent> handle(true);
-    Background<> waiter = queued_waiter(*handle->GetHandle(), no_limit);
-    CPEvent const copy = *handle;
-    handle.reset();
-    EXPECT_EQ(queued(copy), 1U);
-    const_cast<CPEvent&>(copy).free();
-    EXPECT_EQ(waiter.result(), -2);
-}
-
-// The waiter's time runs out while the end of the event is under way: it may have its -1 or the event's -2, and touches
-// nothing that is gone.
-TEST(EventWait, end_of_the_event_waits_for_those_who_still_come_for_its_lock)
-{
-    for (unsigned int round = 0; round < 20; ++round)
-    {
-        auto event = make_event(_cEvent::eEventReset);
-        Background<> waiter = timed_waiter_with_others_behind(*event, [] {});
-        std::optional<Background<int>> end;
-        {
-            std::lock_guard<boost::mutex> const lock(Look::lock(*event));
-            end.emplace(
-                [&event]
-                {
-                    event.reset();
-                    return 0;
-                });
-            leave_time(12);
-        }
-        end->result();
-        long const result = waiter.result();
-        EXPECT_TRUE(result == -1 || result == -2) << result;
-    }
-}
-
-TEST(EventWait, end_of_the_event_waits_for_those_whom_a_signal_passed_on_their_way_to_its_lock)
-{
-    for (unsigned int round = 0; round < 20; ++round)
-    {
-        auto event = make_event(_cEvent::eEventPulse);
-        Background<> waiter = timed_waiter_with_others_behind(*event, [] {});
-        bool in_time = false;
-        std::optional<Background<int>> end;
-        {
-            std::lock_guard<boost::mutex> const lock(Look::lock(*event));
-            in_time = Look::waiters(*event).GetCount() == 1;
-            leave_time(12);
-            EXPECT_TRUE(event->signal(9));
-            end.emplace(
-                [&event]
-                {
-                    event.reset();
-                    return 0;
-                });
-        }
-        end->result();
-        EXPECT_EQ(waiter.result(), in_time ? 9 : -1);
-    }
+    leave_time(100);
+    ASSERT_FALSE(waiter->has_ended());
+    record->result = 5;
+    record->gate.Leave();
+    EXPECT_EQ(waiter->result(), 5);
 }
 
 } // namespace

@@ -1,4 +1,6 @@
+#include "ORVA/Threading/Event.h"
 #include "ORVA/Threading/Locks.h"
+#include "ORVA/Threading/MultipleEvent.h"
 
 #include "support/LogRecorder.h"
 #include "threading/locks_threads.h"
@@ -148,6 +150,25 @@ TEST(LockWithoutResourcesMessages, of_the_interlock_are_those_of_the_shared_lock
     EXPECT_GT(expected.size(), 1U);
     EXPECT_EQ(messages_of_failures<_cRWInterlock>(), expected);
     EXPECT_EQ(messages_of_failures<CPRWInterlock>(), expected);
+}
+
+/// Handles without a default constructor, made with `argument`.
+template <class Handle, bool argument>
+struct Made : Handle
+{
+    Made() : Handle(argument) {}
+};
+
+TEST(LockWithoutResourcesMessages, of_the_event)
+{
+    support::LogRecorder recorder;
+    auto const expected = ElementsAre(HasSubstr("boost:: mutex constructor failed in pthread_mutex_init"));
+    EXPECT_THAT(messages_of_failures<_cEvent>(), expected);
+    EXPECT_THAT(messages_of_failures<_cMultipleEvent>(), expected);
+    EXPECT_THAT((messages_of_failures<Made<CPEvent, true>>()), expected);
+    EXPECT_THAT((messages_of_failures<Made<CPEvent, false>>()), expected);
+    EXPECT_THAT((messages_of_failures<Made<CPMultipleEvent, false>>()), expected);
+    EXPECT_EQ(recorder.count(), 0U);
 }
 
 } // namespace

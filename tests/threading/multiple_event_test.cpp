@@ -1,37 +1,23 @@
-#include "ORVA/Threading/MultipleEvent.h"
-
 #include "support/AllocationFailure.h"
-#include "support/LogRecorder.h"
-#include "threading/event_threads.h"
+#include "threading/multiple_event_fixture.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <csignal>
+#include <cstring>
 #include <type_traits>
 #include <vector>
 
-// What one thread sees of a multiple event: attaching, detaching, and waits that need not block.
+// What one thread sees of a multiple event whose events are attached: its modes, signals, resets, and waits that need
+// not block.
 namespace
 {
 
 using namespace events;
 using support::AllocationFailure;
 
-/// For what holds in both modes.
-class EitherMode : public testing::TestWithParam<bool>
-{
-protected:
-    CPMultipleEvent const multiple{GetParam()};
-};
-
 INSTANTIATE_TEST_SUITE_P(MultipleEvent, EitherMode, testing::Bool(),
                          [](auto const& instance) { return instance.param ? "barrier" : "any_of"; });
-
-/// Blocks once, in vain, on what has nothing signalled.
-void block_once(CPMultipleEvent const& multiple)
-{
-    EXPECT_EQ(multiple.Wait(1), -1);
-}
 
 TEST(MultipleEvent, is_an_event_with_its_list_and_mode_behind)
 {
@@ -45,6 +31,38 @@ TEST(MultipleEvent, is_an_event_with_its_list_and_mode_behind)
     auto const* const start = reinterpret_cast<unsigned char const*>(&event);
     EXPECT_GE(reinterpret_cast<unsigned char const*>(&Look::attached(event)) - start,
               static_cast<long>(sizeof(_cEvent) - sizeof(void*)));
+}
+
+// The place in the table of virtual functions, which is what a pointer to such a function holds besides a mark.
+template <class Member>
+unsigned long slot_of(Member member)
+{
+    unsigned long words[2] = {};
+    static_assert(sizeof(member) == sizeof(words));
+    std::memcpy(words, &member, sizeof(words));
+    return (words[0] & ~1UL) / sizeof(void*);
+}
+
+TEST(MultipleEvent, operations_stand_in_the_places_of_the_events_own)
+{
+    EXPECT_EQ(slot_of(&_cMultipleEvent::Set), 0U);
+    EXPECT_EQ(slot_of(&_cMultipleEvent::Wait), 1U);
+    EXPECT_EQ(slot_of(&_cEvent::Set), 0U);
+    EXPECT_EQ(slot_of(&_cEvent::Wait), 1U);
+}
+
+TEST(MultipleEvent, wait_of_the_handle_is_the_virtual_one)
+{
+    struct Virtual : _cMultipleEvent
+    {
+        long Wait(unsigned int milliseconds) override { return static_cast<long>(milliseconds) + 100; }
+    };
+    CPMultipleEvent const multiple(false);
+    object(multiple)._cMultipleEvent::~_cMultipleEvent();
+    auto* const replaced = new (multiple.get_ptr(), _nqfDebugLevel(0)) Virtual();
+    EXPECT_EQ(multiple.Wait(11), 111);
+    replaced->_cMultipleEvent::~_cMultipleEvent();
+    new (multiple.get_ptr(), _nqfDebugLevel(0)) _cMultipleEvent();
 }
 
 TEST(MultipleEvent, argument_of_the_handle_is_the_mode)
@@ -80,195 +98,6 @@ TEST_P(EitherMode, without_events_times_out_and_keeps_its_state)
     EXPECT_EQ(wait(multiple, no_limit), 17);
     object(multiple).initState(_cEvent::eEventInvalid);
     EXPECT_EQ(wait(multiple, no_limit), -2);
-}
-
-TEST_P(EitherMode, empty_handle_is_neither_attached_nor_detached)
-{
-    CPEvent const empty{CPEvent(ORVA::Buffers::CPObjectMemory::pnull)};
-    EXPECT_FALSE(multiple.Attach(empty));
-    EXPECT_FALSE(multiple.Detach(empty));
-    EXPECT_FALSE(Look::attached(object(multiple)));
-}
-
-TEST_P(EitherMode, attaching_holds_the_event_and_listens)
-{
-    CPEvent const event(true);
-    EXPECT_TRUE(multiple.Attach(event));
-    EXPECT_EQ(event.lockcnt(), 2U);
-    auto& listeners = Look::listeners(*event.GetHandle());
-    ASSERT_EQ(listeners.GetCount(), 1U);
-    EXPECT_EQ(listeners[0], &object(multiple));
-    EXPECT_EQ(Look::attached(object(multiple)).GetCount(), 1U);
-    EXPECT_EQ(Look::attached(object(multiple)).GetAllocSize(), 128U);
-    EXPECT_TRUE(multiple.Detach(event));
-    EXPECT_EQ(event.lockcnt(), 1U);
-    EXPECT_FALSE(listeners);
-    EXPECT_FALSE(Look::attached(object(multiple))) << "the block goes with the last event";
-}
-
-TEST_P(EitherMode, list_of_events_grows_by_128_bytes)
-{
-    std::vector<CPEvent> events;
-    for (unsigned int number = 0; number < 35; ++number)
-    {
-        events.push_back(CPEvent(true));
-        EXPECT_TRUE(multiple.Attach(events.back()));
-        EXPECT_EQ(Look::attached(object(multiple)).GetAllocSize(), number < 16 ? 128U : number < 32 ? 256U : 384U);
-    }
-}
-
-TEST(MultipleEvent, pulse_event_is_no_part_of_a_barrier)
-{
-    CPEvent const pulse(false);
-    EXPECT_FALSE(CPMultipleEvent(true).Attach(pulse));
-    EXPECT_FALSE(Look::listeners(*pulse.GetHandle()));
-    CPMultipleEvent const any(false);
-    EXPECT_TRUE(any.Attach(pulse));
-    EXPECT_TRUE(any.Detach(pulse));
-}
-
-TEST(MultipleEvent, barrier_takes_a_signaled_event)
-{
-    CPEvent const event(true);
-    event.Set();
-    CPMultipleEvent const barrier(true);
-    EXPECT_TRUE(barrier.Attach(event));
-    EXPECT_EQ(wait(barrier, no_limit), 0);
-}
-
-TEST_P(EitherMode, invalid_event_is_not_attached_and_leaves_nothing_behind)
-{
-    CPEvent const event(true);
-    event.GetHandle()->initState(_cEvent::eEventInvalid);
-    EXPECT_FALSE(multiple.Attach(event));
-    EXPECT_EQ(event.lockcnt(), 1U);
-    EXPECT_FALSE(Look::attached(object(multiple)));
-
-    CPEvent const good(true);
-    EXPECT_TRUE(multiple.Attach(good));
-    EXPECT_FALSE(multiple.Attach(event));
-    EXPECT_EQ(Look::attached(object(multiple)).GetCount(), 1U);
-    EXPECT_EQ(event.lockcnt(), 1U);
-}
-
-TEST_P(EitherMode, attaching_without_memory_is_false_and_both_lists_agree)
-{
-    support::LogRecorder recorder;
-    for (bool const has_another : {false, true})
-    {
-        CPMultipleEvent const fresh(GetParam());
-        CPEvent const another(true);
-        if (has_another)
-        {
-            EXPECT_TRUE(fresh.Attach(another));
-        }
-        CPEvent const event(true);
-        unsigned long const failures = support::for_each_allocation(
-            AllocationFailure::once,
-            [&](unsigned long nth)
-            {
-                bool const attached = fresh.Attach(event);
-                unsigned long const allocations = has_another ? 1 : 2;
-                EXPECT_EQ(attached, nth > allocations);
-                EXPECT_EQ(event.lockcnt(), attached ? 2U : 1U);
-                EXPECT_EQ(Look::attached(object(fresh)).GetCount(), (has_another ? 1U : 0U) + (attached ? 1U : 0U));
-                EXPECT_EQ(bool(Look::attached(object(fresh))), has_another || attached);
-                EXPECT_EQ(Look::listeners(*event.GetHandle()).GetCount(), attached ? 1U : 0U);
-            });
-        EXPECT_EQ(failures, has_another ? 1U : 2U);
-    }
-    EXPECT_EQ(recorder.count(), 0U);
-}
-
-TEST_P(EitherMode, detaching_what_is_not_attached_is_false)
-{
-    CPEvent const event(true);
-    CPEvent const other(true);
-    EXPECT_FALSE(multiple.Detach(event));
-    EXPECT_TRUE(multiple.Attach(event));
-    EXPECT_FALSE(multiple.Detach(other));
-    EXPECT_TRUE(multiple.Detach(CPEvent(event))) << "it is the block that counts";
-    EXPECT_FALSE(multiple.Detach(event));
-}
-
-TEST_P(EitherMode, event_that_refuses_to_be_detached_stays)
-{
-    CPEvent const event(true);
-    EXPECT_TRUE(multiple.Attach(event));
-    event.GetHandle()->initState(_cEvent::eEventInvalid);
-    EXPECT_FALSE(multiple.Detach(event));
-    EXPECT_EQ(Look::attached(object(multiple)).GetCount(), 1U);
-    EXPECT_EQ(event.lockcnt(), 2U);
-    event.GetHandle()->initState(_cEvent::eEventReset);
-    EXPECT_TRUE(multiple.Detach(event));
-}
-
-TEST(MultipleEvent, detaching_closes_the_gap)
-{
-    CPMultipleEvent const any(false);
-    CPEvent const events[] = {CPEvent(true), CPEvent(true), CPEvent(true)};
-    for (CPEvent const& event : events)
-        EXPECT_TRUE(any.Attach(event));
-    EXPECT_TRUE(any.Detach(events[0]));
-    EXPECT_EQ(Look::attached(object(any)).GetAllocSize(), 128U);
-    events[0].Set();
-    EXPECT_EQ(any.Wait(0), -1);
-    events[2].Set();
-    EXPECT_EQ(any.Wait(0), 1);
-    events[1].Set();
-    EXPECT_EQ(any.Wait(0), 0);
-    EXPECT_TRUE(any.Detach(events[2]));
-    EXPECT_EQ(any.Wait(0), 0);
-}
-
-TEST(MultipleEvent, event_that_is_attached_twice_counts_by_its_lowest_index)
-{
-    CPMultipleEvent const any(false);
-    CPEvent const first(true);
-    CPEvent const twice(true);
-    EXPECT_TRUE(any.Attach(first));
-    EXPECT_TRUE(any.Attach(twice));
-    EXPECT_TRUE(any.Attach(twice));
-    twice.Set();
-    EXPECT_EQ(any.Wait(0), 1);
-    EXPECT_TRUE(any.Detach(twice));
-    EXPECT_EQ(any.Wait(0), 1);
-    EXPECT_EQ(Look::listeners(*twice.GetHandle()).GetCount(), 1U);
-    EXPECT_TRUE(any.Detach(twice));
-    EXPECT_EQ(any.Wait(0), -1);
-}
-
-TEST(MultipleEvent, of_two_on_one_event_the_one_attached_last_is_detached)
-{
-    CPEvent const event(true);
-    CPMultipleEvent const first(false);
-    CPMultipleEvent const second(false);
-    EXPECT_TRUE(first.Attach(event));
-    EXPECT_TRUE(second.Attach(event));
-    EXPECT_TRUE(first.Detach(event));
-    auto& listeners = Look::listeners(*event.GetHandle());
-    ASSERT_EQ(listeners.GetCount(), 1U);
-    EXPECT_EQ(listeners[0], &object(first));
-}
-
-TEST_P(EitherMode, attaching_and_detaching_are_refused_for_good_once_a_thread_has_blocked)
-{
-    CPEvent const event(true);
-    CPEvent const other(true);
-    EXPECT_TRUE(multiple.Attach(event));
-    EXPECT_EQ(multiple.Wait(0), -1) << "this does not block";
-    EXPECT_TRUE(multiple.Attach(other));
-    EXPECT_TRUE(multiple.Detach(other));
-    block_once(multiple);
-    EXPECT_EQ(queued(object(multiple)), 0U) << "nobody waits any more";
-    EXPECT_FALSE(multiple.Attach(other));
-    EXPECT_FALSE(multiple.Detach(event));
-    event.Set();
-    event.Reset();
-    EXPECT_FALSE(multiple.Attach(other));
-    EXPECT_FALSE(multiple.Detach(event));
-    EXPECT_EQ(other.lockcnt(), 1U);
-    EXPECT_EQ(event.lockcnt(), 2U);
 }
 
 TEST(MultipleEvent, any_of_reports_the_lowest_index_until_it_is_reset)
@@ -359,6 +188,18 @@ TEST(MultipleEvent, set_without_events_is_false)
     CPEvent const event(true);
     block_once(any);
     EXPECT_FALSE(object(any).Set(event.GetHandle()));
+}
+
+TEST(MultipleEvent, set_gives_the_result_of_the_signal)
+{
+    CPMultipleEvent const any(false);
+    CPEvent const event(true);
+    EXPECT_TRUE(any.Attach(event));
+    block_once(any);
+    object(any).initState(_cEvent::eEventInvalid);
+    EXPECT_FALSE(object(any).Set(event.GetHandle()));
+    object(any).initState(_cEvent::eEventSignaled);
+    EXPECT_TRUE(object(any).Set(event.GetHandle()));
 }
 
 TEST(MultipleEvent, set_of_a_barrier_waits_for_the_last_event)
@@ -501,31 +342,6 @@ TEST_F(ManyEvents, index_1024_is_told_to_a_thread_that_is_blocked)
     EXPECT_EQ(any.Wait(0), -1) << "and not to one that comes later";
 }
 
-TEST_P(EitherMode, end_of_the_object_lets_go_of_the_events_and_does_not_detach)
-{
-    CPEvent const event(true);
-    {
-        CPMultipleEvent const gone(GetParam());
-        EXPECT_TRUE(gone.Attach(event));
-        EXPECT_EQ(event.lockcnt(), 2U);
-    }
-    EXPECT_EQ(event.lockcnt(), 1U);
-    EXPECT_EQ(Look::listeners(*event.GetHandle()).GetCount(), 1U) << "the address stays in the list";
-}
-
-TEST_P(EitherMode, events_that_only_the_object_holds_go_with_it)
-{
-    auto gone = std::make_unique<CPMultipleEvent>(GetParam());
-    {
-        CPEvent const event(true);
-        EXPECT_TRUE(gone->Attach(event));
-    }
-    CPEvent const watched = Look::attached(object(*gone))[0];
-    EXPECT_EQ(watched.lockcnt(), 2U);
-    gone.reset();
-    EXPECT_EQ(watched.lockcnt(), 1U);
-}
-
 TEST_P(EitherMode, failure_of_the_lock_passes)
 {
     CPEvent const event(true);
@@ -538,6 +354,33 @@ TEST_P(EitherMode, failure_of_the_lock_passes)
     EXPECT_TRUE(fails_by_the_lock([&] { multiple.Wait(0); }));
     EXPECT_TRUE(fails_by_the_lock([&] { multiple.Reset(0); }));
     EXPECT_TRUE(fails_by_the_lock([&] { object(multiple).ResetAll(); }));
+    EXPECT_TRUE(fails_by_the_lock([&] { object(multiple).initBarrier(true); }));
+}
+
+TEST_P(EitherMode, failure_of_an_events_lock_passes_through_a_reset_and_leaves_the_object_free)
+{
+    CPEvent const event(true);
+    EXPECT_TRUE(multiple.Attach(event));
+    event.Set();
+    {
+        BrokenLock const broken(*event.GetHandle());
+        EXPECT_TRUE(fails_by_the_lock([&] { multiple.Reset(0); }));
+        EXPECT_TRUE(fails_by_the_lock([&] { object(multiple).ResetAll(); }));
+    }
+    EXPECT_EQ(multiple.Wait(0), 0);
+    EXPECT_TRUE(multiple.Reset(0));
+}
+
+TEST(MultipleEventDeathTest, failure_of_the_lock_in_the_destructor_ends_the_process)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            CPMultipleEvent const multiple(false);
+            BrokenLock const broken(object(multiple));
+            object(multiple)._cMultipleEvent::~_cMultipleEvent();
+        },
+        testing::KilledBySignal(SIGABRT), "");
 }
 
 } // namespace

@@ -1,9 +1,9 @@
-#include "ORVA/Threading/MultipleEvent.h"
-
-#include "threading/event_threads.h"
+#include "threading/multiple_event_fixture.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -193,6 +193,36 @@ TEST(MultipleEventWait, reset_in_the_middle_of_a_signal_does_not_lock_up)
         EXPECT_TRUE(signaller->result());
         EXPECT_EQ(resetter->result(), !all);
         EXPECT_EQ(any.events[1].Wait(0), -1);
+    }
+}
+
+// Each of the two events is in the middle of a signal when its turn comes.
+TEST(MultipleEventWait, reset_of_all_takes_them_up_one_after_the_other_as_their_signals_end)
+{
+    Events any(3, false);
+    any.events[1].Set();
+    SignalInProgress first(any.events[0]);
+    SignalInProgress last(any.events[2]);
+    Background<bool> resetter([&] { return object(any.multiple).ResetAll(); });
+    EXPECT_EQ(Background<>([&] { return any.multiple.Wait(0); }).result(), 0);
+    first.end();
+    until([&] { return any.events[1].Wait(0) == -1; }, "the events up to the last to be reset");
+    EXPECT_EQ(any.events[0].Wait(0), -1);
+    EXPECT_EQ(Background<>([&] { return any.multiple.Wait(0); }).result(), 2);
+    EXPECT_FALSE(resetter.has_ended());
+    last.end();
+    EXPECT_FALSE(resetter.result());
+    EXPECT_EQ(any.multiple.Wait(0), -1);
+}
+
+TEST(MultipleEventWait, timed_wait_lasts_as_long_as_it_is_told)
+{
+    for (bool const barrier : {true, false})
+    {
+        Events events(1, barrier);
+        auto const start = std::chrono::steady_clock::now();
+        EXPECT_EQ(events.multiple.Wait(50), -1);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
     }
 }
 

@@ -122,6 +122,19 @@ private:
     Context m_context;
 };
 
+/// Stays until the calling thread is interrupted, which is still to take effect then. False if it is not in time.
+inline bool wait_for_interruption()
+{
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(plenty);
+    while (!boost::this_thread::interruption_requested())
+    {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
 /// A body that sleeps until it is interrupted.
 inline Context sleeper()
 {

@@ -245,6 +245,21 @@ TEST(ThreadContext, table_works_in_place)
     EXPECT_EQ(Counted::alive, 0);
 }
 
+TEST(ThreadContext, table_asks_the_object_for_the_interface)
+{
+    struct Hiding : CThreadWrapper<Plain>
+    {
+        void* queryInterface(_nqfUID const& uid) const override
+        {
+            return uid.Data1 == 7 ? CThreadWrapper<Plain>::queryInterface(body_uid()) : nullptr;
+        }
+    };
+    Hiding object;
+    CThreadWrapper<Plain>* const wrapper = &object;
+    EXPECT_EQ(CPThreadContext<Plain>::_vtbl._interface(wrapper, body_uid()), nullptr);
+    EXPECT_EQ(CPThreadContext<Plain>::_vtbl._interface(wrapper, {7, 0, 0, {}}), wrapper);
+}
+
 TEST(ThreadContext, create_makes_one_object_and_gives_the_same_again)
 {
     CPThreadContext<Counted> context;

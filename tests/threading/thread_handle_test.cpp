@@ -255,41 +255,6 @@ TEST(ThreadHandle, terminate_ends_a_thread_that_sleeps_and_empties_the_handle)
     EXPECT_TRUE(thread.Terminate());
 }
 
-// The one test that waits for the 5 seconds.
-TEST(ThreadHandle, terminate_abandons_a_body_that_ignores_it_after_5_seconds)
-{
-    auto const gone = std::make_shared<Signal>();
-    Signal started;
-    Signal let_go;
-    Signal went_on;
-    CPThread thread;
-    CPThread second;
-    {
-        Context context = context_of(
-            [trace = Trace(gone), &started, &let_go, &went_on]
-            {
-                started.set();
-                let_go.wait();
-                went_on.set();
-            });
-        ASSERT_TRUE(thread.Execute(context, 0));
-    }
-    second = thread;
-    ASSERT_TRUE(started.wait());
-    auto const begin = steady_clock::now();
-    EXPECT_FALSE(thread.Terminate());
-    auto const taken = steady_clock::now() - begin;
-    EXPECT_GE(taken, milliseconds(5000));
-    EXPECT_LT(taken, milliseconds(15000));
-    EXPECT_FALSE(thread);
-    EXPECT_EQ(second.Wait(no_limit), -2);
-    EXPECT_FALSE(second);
-    EXPECT_FALSE(gone->is_set());
-    let_go.set();
-    EXPECT_TRUE(went_on.wait());
-    EXPECT_TRUE(gone->wait());
-}
-
 TEST(ThreadHandle, release_of_the_last_one_terminates_the_thread)
 {
     Context context = sleeper();
@@ -331,6 +296,33 @@ TEST(ThreadHandle, interrupted_wait_gives_it_up_and_the_last_one_terminates_the_
         EXPECT_EQ(exit_code, 2U);
         EXPECT_EQ(context.lockcnt(), 1U);
     }
+}
+
+// A timeout of 0 is a wait like any other.
+TEST(ThreadHandle, wait_for_0_of_an_interrupted_thread_gives_it_up)
+{
+    Stubborn body;
+    long result = 99;
+    bool holds = true;
+    CPThread thread;
+    ASSERT_TRUE(thread.Execute(body.context(), 0));
+    CPThread const second(thread);
+    Context waiting = context_of(
+        [&]
+        {
+            EXPECT_TRUE(wait_for_interruption());
+            result = thread.Wait(0);
+            holds = thread;
+        });
+    CPThread waiter;
+    ASSERT_TRUE(waiter.Execute(waiting, 0));
+    EXPECT_TRUE(waiter.Terminate());
+    EXPECT_EQ(result, -3);
+    EXPECT_FALSE(holds);
+    EXPECT_EQ(second.lockcnt(), 1U);
+    EXPECT_EQ(body.context()->exitCode(), 1U);
+    body.let_go();
+    EXPECT_TRUE(reaches(body.context(), 3));
 }
 
 // What a thread does with its own handle.

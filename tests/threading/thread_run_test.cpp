@@ -185,6 +185,34 @@ TEST(Thread, is_not_started_again_before_it_was_joined)
     EXPECT_EQ(second->exitCode(), 3U);
 }
 
+bool asked = false;
+
+void* note(void*, _nqfUID const&)
+{
+    asked = true;
+    return nullptr;
+}
+
+TEST(Thread, that_runs_does_not_look_at_the_next_body)
+{
+    tagCPOVTABL const noting_table = {nullptr, nullptr, [](void*, unsigned long) {}, &note};
+    CPObjectMemory next;
+    ASSERT_EQ(next.Alloc(16, &noting_table), 1);
+    Stubborn body;
+    _cThread thread;
+    CPThread handle;
+    ASSERT_TRUE(thread.Execute(body.context(), 0));
+    ASSERT_TRUE(handle.Execute(body.context(), 0));
+    EXPECT_FALSE(thread.Execute(next, 0));
+    EXPECT_FALSE(handle.Execute(next, 0));
+    EXPECT_FALSE(asked);
+    body.let_go();
+    EXPECT_EQ(thread.Wait(plenty), 0);
+    EXPECT_EQ(handle.Wait(plenty), 0);
+    EXPECT_FALSE(thread.Execute(next, 0));
+    EXPECT_TRUE(asked);
+}
+
 TEST(ThreadWait, times_out_while_it_runs_then_joins_once)
 {
     Stubborn body;
@@ -193,7 +221,9 @@ TEST(ThreadWait, times_out_while_it_runs_then_joins_once)
     EXPECT_EQ(thread.Wait(0), -1);
     auto const begin = steady_clock::now();
     EXPECT_EQ(thread.Wait(30), -1);
-    EXPECT_GE(steady_clock::now() - begin, milliseconds(30));
+    auto const taken = steady_clock::now() - begin;
+    EXPECT_GE(taken, milliseconds(30));
+    EXPECT_LT(taken, milliseconds(10000));
     body.let_go();
     EXPECT_EQ(thread.Wait(0xFFFFFFFEU), 0);
     EXPECT_EQ(body.context().lockcnt(), 1U);
@@ -215,6 +245,30 @@ TEST(ThreadWait, for_0_joins_a_thread_that_has_ended)
     }
     EXPECT_EQ(result, 0);
     EXPECT_EQ(context->exitCode(), 3U);
+}
+
+TEST(ThreadWait, of_an_interrupted_thread_is_minus_3_with_any_timeout)
+{
+    for (unsigned int const timeout : {0U, 1U, plenty, no_limit})
+    {
+        Stubborn body;
+        _cThread thread;
+        ASSERT_TRUE(thread.Execute(body.context(), 0));
+        long result = 99;
+        Context waiting = context_of(
+            [&]
+            {
+                EXPECT_TRUE(wait_for_interruption());
+                result = thread.Wait(timeout);
+            });
+        _cThread waiter;
+        ASSERT_TRUE(waiter.Execute(waiting, 0));
+        EXPECT_TRUE(waiter.Terminate());
+        EXPECT_EQ(result, -3) << timeout;
+        EXPECT_EQ(thread.Wait(0), -1);
+        body.let_go();
+        EXPECT_EQ(thread.Wait(plenty), 0);
+    }
 }
 
 // The waiter is interrupted before it waits or while it does: both end the wait in the same way.

@@ -33,7 +33,7 @@
 ///
 /// Thread-safety: all operations may be called from any thread. What a thread wrote before a signal is seen by those
 /// whose wait ended by it. The event's lock is held while listeners are told, so a listener takes its own lock inside
-/// it.
+/// it; of the event's operations it may call `signal`, `initState` and `getState`, which take none.
 ///
 /// Ownership: listeners are not owned; each must detach before either side is destroyed. An event may be destroyed
 /// while threads wait on it, not while they begin to. Destruction tells no listener.
@@ -79,6 +79,7 @@ public:
     virtual bool Set(_cEvent* pSource);
 
     /// Waits for a signal up to `milliseconds`; the results stand above. A signalled event answers without its lock.
+    /// Throws `boost::thread_resource_error` if the system has no more locks for a thread that has to block.
     virtual long Wait(unsigned int milliseconds);
 
     /// Back to unsignalled; the value stays. False for an invalid event. Takes no lock unless the event is signalled.

@@ -29,9 +29,10 @@
 /// - An event at index 1024 is reported to threads that are blocked when it is signalled, never to those that come
 ///   later; neither are those behind it while it is signalled and none before it is. Use fewer than 1025 events.
 ///
-/// Thread-safety: all operations may be called from any thread, but attaching and detaching an event must not overlap
-/// with a signal of that event: they take this object's lock and then the event's, a signal takes them the other way
-/// round. A signal that falls between the look at the events and the blocking of a wait is not lost.
+/// Thread-safety: all operations may be called from any thread. Attaching, detaching and resetting an event need this
+/// object's lock and then the event's, while a signal takes them the other way round: they wait, with neither of them,
+/// until a signal of the event that is under way is over. So a listener must not call them for the event that it is
+/// being told of. A signal that falls between the look at the events and the blocking of a wait is not lost.
 ///
 /// Ownership: the object holds a reference to each attached event.
 #pragma once
@@ -78,15 +79,12 @@ public:
 
 private:
     template <class Step>
-    bool _with_event(Step step);
+    bool _with_event(_cEvent& event, Step step);
+    static void _wait_for_lock_of(_cEvent& event);
     std::optional<bool> _attach(CPEvent const& event, _cEvent& plain);
     std::optional<bool> _detach(_cEvent& plain);
-    std::optional<bool> _reset(unsigned long index);
-    unsigned long _look();
-    unsigned long _look_for_any() const;
-    unsigned long _look_for_all() const;
+    bool _reset(unsigned long index, std::unique_lock<boost::mutex>& lock);
     unsigned long _index_of(_cEvent const* event) const noexcept;
-    bool _all_signaled() const noexcept;
 
 protected:
     Buffers::CPObjectVector<CPEvent> m_events; ///< in order of attachment

@@ -21,8 +21,9 @@
 /// | -3 | the waiting thread itself was interrupted |
 ///
 /// A thread is ended by being asked to: `Terminate` interrupts it, which takes effect when the body gets to an
-/// interruption point of Boost.Thread, such as `CurrentThread::sleep` or a wait of this library. A body that gets to
-/// none for 5 seconds is abandoned: it goes on by itself and keeps its block.
+/// interruption point of Boost.Thread: `CurrentThread::sleep`, the `Wait` for another thread, a wait on one of Boost's
+/// condition variables. The waits of events and locks are none, so a body that blocks there has to be released by a
+/// signal. A body that gets to no such point for 5 seconds is abandoned: it goes on by itself and keeps its block.
 ///
 /// Thread-safety: one owner drives a thread. `Execute`, `Wait` and `Terminate` on one thread must not run at the same
 /// time, be it through one handle or through several.

@@ -3,6 +3,7 @@
 #include "threading/event_waiter.h"
 
 #include <thread>
+#include <utility>
 
 // How a timed wait ends without touching what is gone. W waits in its own frame, S signals, D destroys the event.
 //
@@ -125,10 +126,12 @@ bool _cEvent::signal(unsigned long value)
     default:
         return false;
     }
-    for (_cEvent* const entry : m_waiters)
+    // Entries are cleared one by one, since a listener may signal this event once more before the list is emptied.
+    for (_cEvent*& entry : m_waiters)
     {
-        if (entry != nullptr && !release(as_waiter(entry), value))
-            _keep_in_sight(as_waiter(entry));
+        _cEvent* const waiter = std::exchange(entry, nullptr);
+        if (waiter != nullptr && !release(as_waiter(waiter), value))
+            _keep_in_sight(as_waiter(waiter));
     }
     for (_cEvent* const listener : m_listeners)
     {

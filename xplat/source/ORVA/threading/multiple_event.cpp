@@ -1,11 +1,16 @@
 #include "ORVA/Threading/MultipleEvent.h"
 
-#include <thread>
+#include "threading/event_look.h"
+
 #include <utility>
 
 // Why no signal is lost. A signaller stores the event's state first and calls `Set` then, which needs this object's
 // lock; a waiter looks at the states and joins the queue in one hold of that lock. So either the waiter sees the new
 // state, or `Set` comes after the waiter has joined, and releases it.
+//
+// Why a signal and an operation on the same event do not wait for each other. The signal has the event's lock and comes
+// for this object's. What is done here has this object's lock and only tries the event's: if somebody has that, this
+// object's is given up until the other one is free, and all begins anew.
 
 namespace ORVA::Threading
 {
@@ -13,31 +18,36 @@ namespace ORVA::Threading
 namespace
 {
 
-// "Nothing is signalled yet", which makes it an index that cannot be told.
-constexpr unsigned long nothing_signaled = 1024;
-constexpr unsigned long look_failed = static_cast<unsigned long>(-3L);
-
 using Guard = std::lock_guard<boost::mutex>;
-
-bool is_signaled(CPEvent const& event) noexcept
-{
-    _cEvent const* const plain = event.GetHandle();
-    return plain != nullptr && plain->getState() == _cEvent::eEventSignaled;
-}
 
 } // namespace
 
-// Runs a step that takes the lock of an event inside this object's. It has no result if a signal, which takes the two
-// the other way round, has that lock and is or will be waiting for this one: then this one is given up for a moment.
+// Runs a step under this object's lock until it has a result. It has none while somebody has the lock of `event`; if
+// that lock fails the result is false.
 template <class Step>
-bool _cMultipleEvent::_with_event(Step step)
+bool _cMultipleEvent::_with_event(_cEvent& event, Step step)
 {
-    for (;; std::this_thread::yield())
+    for (;;)
     {
-        Guard const lock(m_lock);
-        if (std::optional<bool> const result = step())
-            return *result;
+        {
+            Guard const lock(m_lock);
+            if (std::optional<bool> const result = step())
+                return *result;
+        }
+        try
+        {
+            _wait_for_lock_of(event);
+        }
+        catch (boost::lock_error const&)
+        {
+            return false;
+        }
     }
+}
+
+void _cMultipleEvent::_wait_for_lock_of(_cEvent& event)
+{
+    Guard const lock(event.m_lock);
 }
 
 _cMultipleEvent::_cMultipleEvent()
@@ -73,7 +83,7 @@ bool _cMultipleEvent::AttachSingle(CPEvent const& event)
         if (state != eEventReset && state != eEventSignaled)
             return false;
     }
-    return _with_event([&] { return _attach(event, *plain); });
+    return _with_event(*plain, [&] { return _attach(event, *plain); });
 }
 
 std::optional<bool> _cMultipleEvent::_attach(CPEvent const& event, _cEvent& plain)
@@ -101,7 +111,7 @@ bool _cMultipleEvent::DetachSingle(CPEvent const& event)
     _cEvent* const plain = event.GetHandle();
     if (plain == nullptr)
         return false;
-    return _with_event([&] { return _detach(*plain); });
+    return _with_event(*plain, [&] { return _detach(*plain); });
 }
 
 std::optional<bool> _cMultipleEvent::_detach(_cEvent& plain)
@@ -132,7 +142,7 @@ bool _cMultipleEvent::Set(_cEvent* pSource)
     unsigned long const index = _index_of(pSource);
     if (index == m_events.GetCount())
         return false;
-    if (m_barrier.load(std::memory_order_relaxed) && !_all_signaled())
+    if (m_barrier.load(std::memory_order_relaxed) && !all_signaled(m_events))
         return false;
     try
     {
@@ -147,72 +157,44 @@ bool _cMultipleEvent::Set(_cEvent* pSource)
 long _cMultipleEvent::Wait(unsigned int milliseconds)
 {
     std::unique_lock<boost::mutex> lock(m_lock);
-    unsigned long const outcome = _look();
+    unsigned long const outcome = look_at(m_events, m_barrier.load(std::memory_order_relaxed));
     if (outcome != nothing_signaled)
         return static_cast<long>(outcome);
+    if (m_events)
+        m_state.store(eEventReset, std::memory_order_release);
     return _wait(lock, milliseconds);
 }
 
 bool _cMultipleEvent::Reset(unsigned long index)
 {
-    return _with_event([&] { return _reset(index); });
+    std::unique_lock<boost::mutex> lock(m_lock);
+    return _reset(index, lock);
 }
 
 bool _cMultipleEvent::ResetAll()
 {
-    unsigned long index = 0;
-    return _with_event(
-        [&]() -> std::optional<bool>
-        {
-            while (index < m_events.GetCount())
-            {
-                if (!_reset(index))
-                    return std::nullopt;
-                ++index;
-            }
+    std::unique_lock<boost::mutex> lock(m_lock);
+    for (unsigned long index = 0; index < m_events.GetCount(); ++index)
+        _reset(index, lock);
+    return false;
+}
+
+// Called and left with the lock held.
+bool _cMultipleEvent::_reset(unsigned long index, std::unique_lock<boost::mutex>& lock)
+{
+    while (index < m_events.GetCount())
+    {
+        CPEvent const event = m_events[index];
+        _cEvent* const plain = event.GetHandle();
+        if (plain == nullptr)
             return false;
-        });
-}
-
-std::optional<bool> _cMultipleEvent::_reset(unsigned long index)
-{
-    if (index >= m_events.GetCount())
-        return false;
-    _cEvent* const plain = m_events[index].GetHandle();
-    return plain == nullptr ? false : plain->_try_reset();
-}
-
-unsigned long _cMultipleEvent::_look()
-{
-    try
-    {
-        if (!m_events)
-            return nothing_signaled;
-        unsigned long const outcome = m_barrier.load(std::memory_order_relaxed) ? _look_for_all() : _look_for_any();
-        if (outcome == nothing_signaled)
-            m_state.store(eEventReset, std::memory_order_release);
-        return outcome;
+        if (std::optional<bool> const result = plain->_try_reset())
+            return *result;
+        lock.unlock();
+        _wait_for_lock_of(*plain);
+        lock.lock();
     }
-    catch (...)
-    {
-        return look_failed;
-    }
-}
-
-unsigned long _cMultipleEvent::_look_for_any() const
-{
-    unsigned long const count = m_events.GetCount();
-    for (unsigned long index = 0; index < count; ++index)
-    {
-        if (is_signaled(m_events[index]))
-            return index;
-    }
-    return nothing_signaled;
-}
-
-unsigned long _cMultipleEvent::_look_for_all() const
-{
-    return _all_signaled() ? 0 : nothing_signaled;
+    return false;
 }
 
 // The number of events if it is not among them.
@@ -223,16 +205,6 @@ unsigned long _cMultipleEvent::_index_of(_cEvent const* event) const noexcept
     while (index < count && m_events[index].GetHandle() != event)
         ++index;
     return index;
-}
-
-bool _cMultipleEvent::_all_signaled() const noexcept
-{
-    for (CPEvent const& event : m_events)
-    {
-        if (!is_signaled(event))
-            return false;
-    }
-    return true;
 }
 
 CPMultipleEvent::CPMultipleEvent(bool barrier) : CPLockHandle(sizeof(_cMultipleEvent), _vtbl_cMultipleEvent)
