@@ -8,8 +8,8 @@
 #include <shared_mutex>
 #include <thread>
 
-// One thread that enters and leaves a free lock: each kind of lock, as handle and as plain class, beside the Boost lock
-// that it wraps and a lock of the standard library.
+// Enter and leave of each kind of lock, as handle and as plain class, beside the Boost lock that it wraps and a lock of
+// the standard library: by one thread, where the lock is free, and by two that come for one lock all the time.
 namespace
 {
 
@@ -109,6 +109,19 @@ void timed_attempt(benchmark::State& state)
     }
 }
 
+// All threads want the same lock. The time is that of one enter and leave of a thread while the others do the same.
+template <class Lock>
+void contended(benchmark::State& state)
+{
+    static Lock lock;
+    for (auto _ : state)
+    {
+        lock.Enter();
+        benchmark::ClobberMemory();
+        lock.Leave();
+    }
+}
+
 // The holder enters once more.
 template <class Lock>
 void nested(benchmark::State& state)
@@ -143,6 +156,18 @@ BENCHMARK_TEMPLATE(read, StdShared);
 BENCHMARK_TEMPLATE(read, BoostShared);
 BENCHMARK_TEMPLATE(read, PlainInterlock);
 BENCHMARK_TEMPLATE(read, CPRWInterlock);
+
+BENCHMARK_TEMPLATE(contended, Std)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, BoostMutex)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, CPMutex)->Threads(2)->UseRealTime();
+
+BENCHMARK_TEMPLATE(contended, StdRecursive)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, BoostRecursive)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, CPCriticalSection)->Threads(2)->UseRealTime();
+
+BENCHMARK_TEMPLATE(contended, StdShared)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, BoostShared)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(contended, CPRWInterlock)->Threads(2)->UseRealTime();
 
 BENCHMARK_TEMPLATE(nested, StdRecursive);
 BENCHMARK_TEMPLATE(nested, BoostRecursive);

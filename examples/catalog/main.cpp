@@ -9,12 +9,16 @@
 ///   catalogue.h    components into pooled strings, counted in the library's hash tables
 ///   summary.h      the top lists, by the library's sort; lookup_rate.h measures the pool
 ///   report.h       the result, as text or as JSON
+///   collection.h   the names let go, and what the library does about it in the background
 
 #include "catalogue.h"
+#include "collection.h"
 #include "log.h"
 #include "options.h"
 #include "progress.h"
 #include "report.h"
+
+#include "ORVA/Core.h"
 
 #include <cerrno>
 #include <clocale>
@@ -53,10 +57,17 @@ Status print(std::string const& text)
     return written ? success : failure;
 }
 
-Status run(catalog::Options const& options)
+// What is known when all has been read and reported.
+struct Outcome
+{
+    Status status;
+    bool reported; ///< false if there was nothing to report on, or nobody to read it
+};
+
+// Reads and reports. All names go with the catalogue.
+Outcome report(catalog::Options const& options, catalog::Progress& progress)
 {
     catalog::Catalogue catalogue;
-    catalog::Progress progress;
     catalog::LineSink const sink = [&](catalog::Line const& line)
     {
         catalogue.add(line);
@@ -70,14 +81,36 @@ Status run(catalog::Options const& options)
         std::fprintf(stderr, "catalog: %s\n", problem.c_str());
     Status const read = input.problems.empty() ? success : bad_input;
     if (input.files_read == 0 && catalogue.totals().lines == 0)
-        return read;
+        return {read, false};
 
     catalog::Summary const summary = catalog::summarise(catalogue);
     Status const printed =
         print(options.json ? catalog::json_report(input, summary) : catalog::text_report(input, summary));
     bool const good = printed == success && summary.verified != catalog::Verified::no;
-    return good ? read : failure;
+    return {good ? read : failure, printed == success};
 }
+
+Status run(catalog::Options const& options)
+{
+    catalog::Progress progress;
+    Outcome const outcome = report(options, progress);
+    if (!outcome.reported)
+        return outcome.status;
+    catalog::Collection const collection = catalog::watch_collection(options.watch, progress);
+    Status const printed = print(options.json ? catalog::json_report(collection) : catalog::text_report(collection));
+    return printed == success ? outcome.status : printed;
+}
+
+// The library's background work, for as long as the object lives.
+struct Background
+{
+    Background() : started(ORVA::AppInit() != 0) {}
+    ~Background() { ORVA::AppExit(); }
+    Background(Background const&) = delete;
+    Background& operator=(Background const&) = delete;
+
+    bool const started;
+};
 
 } // namespace
 
@@ -94,6 +127,12 @@ int main(int count, char** arguments)
     {
         std::fprintf(stderr, "catalog: %s (catalog --help tells more)\n", options.error.c_str());
         return bad_input;
+    }
+    Background const background;
+    if (!background.started)
+    {
+        std::fprintf(stderr, "catalog: the library could not be started\n");
+        return failure;
     }
     try
     {

@@ -12,20 +12,38 @@ namespace catalog
 
 Progress::Progress() : m_terminal(isatty(STDERR_FILENO) != 0) {}
 
+bool Progress::is_due()
+{
+    constexpr unsigned long milliseconds_between_updates = 100;
+
+    unsigned long const now = ORVA::Develop::_now_milli();
+    if (now < m_next)
+        return false;
+    m_next = now + milliseconds_between_updates;
+    return true;
+}
+
+// What was there before may have been longer.
+void Progress::show(std::string const& text)
+{
+    clear();
+    m_shown = true;
+    std::fprintf(stderr, "\r%s", text.c_str());
+    std::fflush(stderr);
+}
+
 void Progress::update(unsigned long lines, unsigned long components)
 {
     constexpr unsigned long calls_between_looks_at_the_clock = 256;
-    constexpr unsigned long milliseconds_between_updates = 100;
 
-    if (!m_terminal || m_calls++ % calls_between_looks_at_the_clock != 0)
-        return;
-    unsigned long const now = ORVA::Develop::_now_milli();
-    if (now < m_next)
-        return;
-    m_next = now + milliseconds_between_updates;
-    m_shown = true;
-    std::fprintf(stderr, "\r%s lines, %s components", grouped(lines).c_str(), grouped(components).c_str());
-    std::fflush(stderr);
+    if (m_terminal && m_calls++ % calls_between_looks_at_the_clock == 0 && is_due())
+        show(grouped(lines) + " lines, " + grouped(components) + " components");
+}
+
+void Progress::update_collection(unsigned long bytes_left, unsigned long seconds)
+{
+    if (m_terminal && is_due())
+        show("names let go; after " + grouped(seconds) + " s the pool holds " + grouped(bytes_left) + " bytes");
 }
 
 void Progress::clear()

@@ -2,6 +2,8 @@
 /// A line that tells a waiting person how far the work is.
 #pragma once
 
+#include <string>
+
 namespace catalog
 {
 
@@ -17,10 +19,16 @@ public:
     /// Shows the numbers reached, ten times a second at most. Call it for each line.
     void update(unsigned long lines, unsigned long components);
 
+    /// Shows how much of the collected names is left, ten times a second at most.
+    void update_collection(unsigned long bytes_left, unsigned long seconds);
+
     /// Wipes the line out.
     void clear();
 
 private:
+    bool is_due();
+    void show(std::string const& text);
+
     bool m_terminal;
     bool m_shown = false;
     unsigned long m_calls = 0;

@@ -92,7 +92,19 @@ std::string json_report(Input const& input, Summary const& summary)
            member("spellings", array(summary.spellings, spellings_array)) + separator +
            member("longest", array(summary.longest, name_object)) + separator +
            member("most_frequent", array(summary.most_frequent, name_object)) + separator +
-           member("pool", pool_object(summary)) + "\n}\n";
+           member("pool", pool_object(summary)) + separator;
+}
+
+std::string json_report(Collection const& collection)
+{
+    if (!collection.watched)
+        return member("collection", std::string("null")) + "\n}\n";
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.3f", collection.seconds);
+    return member("collection", "{" + member("bytes_before", collection.bytes_before) + ", " +
+                                    member("bytes_after", collection.bytes_after) + ", " +
+                                    member("seconds", std::string(seconds)) + "}") +
+           "\n}\n";
 }
 
 } // namespace catalog

@@ -123,4 +123,13 @@ std::string text_report(Input const& input, Summary const& summary)
     return text;
 }
 
+std::string text_report(Collection const& collection)
+{
+    if (!collection.watched)
+        return "";
+    return "\nCollected in the background, after all names were let go:\n" +
+           row("bytes before", collection.bytes_before) + row("bytes left", collection.bytes_after) +
+           row("seconds", grouped_tenths(collection.seconds));
+}
+
 } // namespace catalog

@@ -1,11 +1,14 @@
 /// @file
-/// The thin layer between the library and the operating system: heap, interlocked operations, wall clock.
+/// Start and stop of the library, and the thin layer between it and the operating system: heap, interlocked operations,
+/// wall clock.
 ///
 /// Thread-safety: every function here may be called from any thread at any time. None reports anything.
 #pragma once
 
 #include "ORVA/Core/Atomic.h"
 #include "ORVA/Core/Export.h"
+#include "ORVA/Core/Lifecycle.h"
+#include "ORVA/Core/ProcessIdentity.h"
 #include "ORVA/Core/Types.h"
 
 namespace ORVA::Core::OS

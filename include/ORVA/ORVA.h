@@ -6,6 +6,8 @@
 #include "ORVA/Core.h"
 #include "ORVA/Develop.h"
 #include "ORVA/Lookup.h"
+#include "ORVA/Maintenance.h"
+#include "ORVA/Math.h"
 #include "ORVA/NQF.h"
 #include "ORVA/String.h"
 #include "ORVA/Threading.h"

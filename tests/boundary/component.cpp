@@ -28,5 +28,5 @@ extern "C" ORVA_API Component component_entry();
 
 extern "C" Component component_entry()
 {
-    return {type_tables(), &make_thing, &pool, &read_thing};
+    return {type_tables(), identifiers(), &make_thing, &pool, &read_thing};
 }

@@ -1,6 +1,7 @@
 // What the test program and its components have in common.
 #pragma once
 
+#include "ORVA/Maintenance/MaintenanceRequest.h"
 #include "ORVA/ORVA.h"
 
 // An object that crosses from one shared object to another in a block, so its type is visible.
@@ -47,10 +48,52 @@ inline TypeTables type_tables()
             &Buffers::CPObjectVector<SharedThing>::_vtbl};
 }
 
+// The identifiers as one shared object sees them.
+struct Identifiers
+{
+    static constexpr unsigned int count = 23;
+
+    _nqfUID const* places[count];
+    _nqfUID values[count];
+};
+
+inline Identifiers identifiers()
+{
+    using namespace ORVA;
+    Identifiers seen = {{&__nqf_uuidof<INQFUnknown>(),
+                         &__nqf_uuidof<INQFDefinition>(),
+                         &__nqf_uuidof<INQFComponentDefinition>(),
+                         &__nqf_uuidof<INQFClassFactory>(),
+                         &__nqf_uuidof<INQFComponentFactory>(),
+                         &__nqf_uuidof<INQFEnumDefinitions>(),
+                         &__nqf_uuidof<NQF::_cNQFUnknown>(),
+                         &__nqf_uuidof<REFID_phldr_VQXATTR_Component_CLSID>(),
+                         &__nqf_uuidof<REFID_phldr_VQXATTR_Component_PluginID>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_UID>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_TypeID>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Vendor>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_VendorID>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MajorVersion>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MinorVersion>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_PatchVersion>(),
+                         &__nqf_uuidof<REFID_phldr_NQFATTR_Definition_BuildVersion>(),
+                         &__nqf_uuidof<REFID_phldr_NQFTypeID_UID>(),
+                         &__nqf_uuidof<REFID_phldr_NQFTypeID_UnicodeString>(),
+                         &__nqf_uuidof<REFID_phldr_NQFTypeID_UInt32>(),
+                         &__nqf_uuidof<Maintenance::IMaintenanceRequest>(),
+                         &__nqf_uuidof<Threading::IThreadExecute>()},
+                        {}};
+    for (unsigned int index = 0; index < Identifiers::count; ++index)
+        seen.values[index] = *seen.places[index];
+    return seen;
+}
+
 // What a component offers.
 struct Component
 {
     TypeTables types;
+    Identifiers identifiers;
     ORVA::Buffers::CPObjectMemory (*make_thing)();
     ORVA::String::CPPoolString (*pool)(wchar_t const* text);
     int (*read_thing)(ORVA::Buffers::CPObjectMemory const& block);

@@ -64,6 +64,50 @@ TEST_F(CatalogProgram, RefusesUnknownOptions)
     EXPECT_EQ(done.err, "catalog: unknown option '--jsn' (catalog --help tells more)\n");
 }
 
+TEST_F(CatalogProgram, RefusesATimeToWatchThatIsNone)
+{
+    std::string const input = work.file("one", "a\n");
+    for (std::string const seconds : {"soon", "", "-1", "10000", "1s"})
+    {
+        Outcome const done = run({"--watch", seconds, input});
+        EXPECT_EQ(done.status, 2);
+        EXPECT_EQ(done.out, "");
+        EXPECT_EQ(done.err,
+                  "catalog: --watch needs a number of seconds, not '" + seconds + "' (catalog --help tells more)\n");
+    }
+    EXPECT_EQ(run({input, "--watch"}).status, 2);
+}
+
+TEST_F(CatalogProgram, WatchesTheCollectionForAsLongAsItIsTold)
+{
+    Outcome const json = run({"--json", "--watch", "1", "-"}, "a/b/c\n");
+    EXPECT_EQ(json.status, 0);
+    EXPECT_EQ(json.err, "");
+    Json const collection = JsonReader(json.out).read()["collection"];
+    EXPECT_EQ(collection["bytes_before"].number(), 3 * (56 + 2 * sizeof(wchar_t)));
+    EXPECT_EQ(collection["bytes_after"].number(), collection["bytes_before"].number());
+    EXPECT_EQ(collection["seconds"].text.substr(0, 2), "1.");
+
+    Outcome const text = run({"--watch", "1", "-"}, "a\n");
+    EXPECT_EQ(text.status, 0);
+    EXPECT_EQ(text.err, "");
+    EXPECT_NE(text.out.find("\nCollected in the background, after all names were let go:\n"), std::string::npos);
+}
+
+TEST_F(CatalogProgram, DoesNotWaitWhenThereIsNothingToCollect)
+{
+    Outcome const done = run({"--json", "--watch", "9999", "-"}, "");
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(JsonReader(done.out).read()["collection"]["seconds"].text, "0.000");
+}
+
+TEST_F(CatalogProgram, EndsWithItsReportIfToldSoAndAlwaysAsJson)
+{
+    EXPECT_EQ(run({"-"}, "a\n").out.find("Collected"), std::string::npos);
+    Outcome const done = work.run({CATALOG_PROGRAM, "--json", "-"}, "a\n");
+    EXPECT_EQ(JsonReader(done.out).read()["collection"].text, "null");
+}
+
 TEST_F(CatalogProgram, TakesAFileWithADashAfterTwoDashes)
 {
     work.file("--json", "a\n");
@@ -79,7 +123,7 @@ TEST_F(CatalogProgram, HelpTellsTheUsage)
         Outcome const done = run({option});
         EXPECT_EQ(done.status, 0);
         EXPECT_EQ(done.err, "");
-        EXPECT_EQ(done.out.find("usage: catalog [--json] [FILE...]\n"), 0U);
+        EXPECT_EQ(done.out.find("usage: catalog [--json] [--watch SECONDS] [FILE...]\n"), 0U);
         EXPECT_NE(done.out.find("Standard input is not read then, even if it is a pipe."), std::string::npos);
     }
 }

@@ -16,9 +16,10 @@ namespace examples
 class CatalogTest : public ::testing::Test
 {
 protected:
+    /// The catalog ends with its report, unless `arguments` tell otherwise.
     Outcome run(std::vector<std::string> arguments, std::string const& input = "")
     {
-        arguments.insert(arguments.begin(), CATALOG_PROGRAM);
+        arguments.insert(arguments.begin(), {CATALOG_PROGRAM, "--watch", "0"});
         return work.run(arguments, input);
     }
 

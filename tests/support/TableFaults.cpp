@@ -19,6 +19,7 @@ struct State
 };
 
 thread_local State state = {false, TableOperation::add, 0};
+thread_local unsigned int disposal_limit = 0;
 
 void strike(TableOperation operation)
 {
@@ -61,6 +62,7 @@ int enumerate(CBaseHashTable* table, IBaseHashTableEnum* callback, unsigned long
 
 int dispose(CBaseHashTable* table, unsigned int limit)
 {
+    disposal_limit = limit;
     strike(TableOperation::dispose);
     return real_dispose(table, limit);
 }
@@ -83,6 +85,11 @@ TableFault::~TableFault()
 bool TableFault::has_thrown() const
 {
     return state.remaining == 0;
+}
+
+unsigned int last_disposal_limit()
+{
+    return disposal_limit;
 }
 
 } // namespace support

@@ -38,4 +38,7 @@ public:
     bool has_thrown() const;
 };
 
+/// The time limit of the last `DisposeTable` that was called in this thread.
+unsigned int last_disposal_limit();
+
 } // namespace support

@@ -31,4 +31,11 @@ inline T load_acquire(T const& word) noexcept
     return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
 }
 
+/// Writes `word` atomically; what was written before is visible to who reads it with `load_acquire`.
+template <class T>
+inline void store_release(T& word, T value) noexcept
+{
+    __atomic_store_n(&word, value, __ATOMIC_RELEASE);
+}
+
 } // namespace ORVA::Core

@@ -84,6 +84,16 @@ public:
     /// there is then no table to walk. Holds the lock for the whole walk.
     static unsigned int Verify();
 
+    /// Makes the service that collects unused strings and registers it with the maintenance thread, whether that runs
+    /// or not; `ORVA::AppInit` does it. Non-zero for success. 0 if there is a service already, even one that could not be
+    /// unregistered by `AppExit`, and if the heap is exhausted. Not to be called from two threads at once, nor beside
+    /// `AppExit`.
+    static unsigned int AppInit();
+
+    /// Unregisters the service, waiting up to 10 seconds for a step that is running, and lets go of it. If the time is
+    /// over, the service stays, disabled. Without one nothing happens.
+    static void AppExit();
+
     /// The size of all pooled strings' blocks in bytes, records and text. Holds the lock for the whole walk.
     static unsigned long GetSize();
 };

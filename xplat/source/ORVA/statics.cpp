@@ -4,12 +4,32 @@
 // - the handle on the empty string is had by looking it up, before the tables and the lock exist: that look-up touches
 //   neither;
 // - the case-sensitive table holds a pointer to the other, and is destroyed first, while that still stands.
-// Nothing else in the library runs code at load.
+// Nothing else of the library's own runs code at load.
 
+#include "BaseOS/process_random.h"
+#include "CPNQF/globals.h"
 #include "cstringpool/globals.h"
+#include "maintenance/globals.h"
 
 #include "ORVA/String/Pool.h"
 #include "ORVA/String/PoolString.h"
+
+namespace ORVA::Develop
+{
+
+CMTRnd_TS g_Rnd;
+
+} // namespace ORVA::Develop
+
+namespace ORVA::NQF
+{
+
+Threading::CPCriticalSection g_csFactory;
+Buffers::CMachineCRC const g_crcClass(64, 0x42f0e1eba9ea3693);
+Threading::CPRWInterlock g_rwClasses;
+ClassTable g_tblClasses(10);
+
+} // namespace ORVA::NQF
 
 namespace ORVA::Buffers
 {
@@ -42,5 +62,34 @@ CCaseInsensitiveHash g_insensitive_table;
 PooledStrings g_sensitive_table(&g_insensitive_table);
 
 Threading::CPCriticalSection g_pool_lock;
+Buffers::CPIObject<CStringPoolMaintenance> g_pool_maintenance;
 
 } // namespace ORVA::String
+
+namespace ORVA::Maintenance
+{
+
+Threading::CPCriticalSection g_cpMRLock;
+Buffers::CPObjectVector<MRInfo> g_cpMRList;
+Threading::CPEvent g_cpMRTrigger(true);
+Threading::CPEvent g_cpMRStop(true);
+Threading::CPThread g_cpMRThread;
+Service g_cpMRPending;
+
+namespace
+{
+
+// Goes first. A thread that nobody has stopped is ended, as the destructor of its handle would end it, while all that it
+// uses still stands.
+struct EndAtExit
+{
+    ~EndAtExit()
+    {
+        g_cpMRStop.Set();
+        g_cpMRThread.free();
+    }
+} const end_at_exit;
+
+} // namespace
+
+} // namespace ORVA::Maintenance

@@ -3,6 +3,7 @@
 
 #include "cstringpool/pooled_strings.h"
 
+#include "ORVA/String/PoolMaintenance.h"
 #include "ORVA/String/PoolTables.h"
 #include "ORVA/String/StringInfo.h"
 #include "ORVA/Threading/CriticalSection.h"
@@ -15,5 +16,7 @@ extern CCaseInsensitiveHash g_insensitive_table;
 extern PooledStrings g_sensitive_table;
 // Guards both tables, the ages of all records, and every enumeration.
 extern Threading::CPCriticalSection g_pool_lock;
+// The service that collects in the background; empty while there is none.
+extern Buffers::CPIObject<CStringPoolMaintenance> g_pool_maintenance;
 
 } // namespace ORVA::String

@@ -1,6 +1,6 @@
 #include "ORVA/String/Pool.h"
 
-#include "cstringpool/globals.h"
+#include "cstringpool/under_lock.h"
 
 #include "ORVA/String/Submitter.h"
 #include "ORVA/Threading/CurrentThread.h"
@@ -10,21 +10,6 @@ namespace ORVA::String
 
 namespace
 {
-
-// Runs `section` with the pool's lock held. What it throws is dropped here: no exception passes the border of the pool.
-template <class Section>
-void under_lock(Section section)
-{
-    g_pool_lock.Enter();
-    try
-    {
-        section();
-    }
-    catch (...)
-    {
-    }
-    g_pool_lock.Leave();
-}
 
 // What a look-up searches by.
 struct BySpelling

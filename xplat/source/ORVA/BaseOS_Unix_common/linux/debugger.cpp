@@ -1,28 +1,5 @@
 #include "ORVA/Develop/Log.h"
 
-#ifdef __APPLE__
-
-#include <cstddef>
-
-#include <sys/types.h>
-
-#include <sys/proc.h>
-#include <sys/sysctl.h>
-#include <unistd.h>
-
-// A call that fails leaves the cleared flags, and so the answer false.
-bool isDebuggerPresent()
-{
-    kinfo_proc process;
-    process.kp_proc.p_flag = 0;
-    std::size_t size = sizeof process;
-    int name[] = {CTL_KERN, KERN_PROC, KERN_PROC_PID, ::getpid()};
-    ::sysctl(name, 4, &process, &size, nullptr, 0);
-    return (process.kp_proc.p_flag & P_TRACED) != 0;
-}
-
-#else
-
 #include <cstdlib>
 #include <cstring>
 
@@ -45,5 +22,3 @@ bool isDebuggerPresent()
     char const* const line = std::strstr(status, label);
     return line != nullptr && std::strtol(line + sizeof label - 1, nullptr, 10) != 0;
 }
-
-#endif

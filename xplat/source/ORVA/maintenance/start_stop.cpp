@@ -1,0 +1,126 @@
+#include "ORVA/Maintenance/Scheduler.h"
+
+#include "maintenance/list.h"
+#include "maintenance/thread.h"
+
+#include "ORVA/Develop/Log.h"
+
+#include <utility>
+
+namespace ORVA::Maintenance
+{
+
+using Threading::CPEvent;
+using Threading::CPThread;
+
+pthread_mutex_t HandleLock::s_lock = PTHREAD_MUTEX_INITIALIZER;
+
+namespace
+{
+
+constexpr unsigned int exit_patience = 20000; // milliseconds
+
+// Empty if the system has no memory or no lock for one.
+CPEvent fresh_event()
+{
+    try
+    {
+        return CPEvent(true);
+    }
+    catch (...)
+    {
+        return CPEvent(Buffers::CPObjectMemory::pnull);
+    }
+}
+
+// The handle that is replaced is released when nothing is held any more.
+template <class Handle>
+void put_in_place(Handle& global, Handle handle)
+{
+    HandleLock const lock;
+    std::swap(global, handle);
+}
+
+// An event that could not be had when the last thread was abandoned may be had now.
+void renew_if_empty(CPEvent& event)
+{
+    if (!event)
+        put_in_place(event, fresh_event());
+}
+
+// The thread handle is locked while a thread is started, so that who asks on the new thread finds it.
+bool start_thread(Threading::CPThreadContext<CMaintenanceThread>& context)
+{
+    HandleLock const lock;
+    return g_cpMRThread.Execute(context, 0);
+}
+
+// False if the thread was abandoned. A wait that is itself interrupted lets go of the thread, so that one starts from the
+// global handle again. What is left of the thread goes back there.
+bool end_thread()
+{
+    CPThread thread = copy_of(g_cpMRThread);
+    bool ended = thread.Wait(exit_patience) == 0;
+    if (!ended)
+    {
+        thread = g_cpMRThread;
+        ended = thread.Terminate();
+    }
+    put_in_place(g_cpMRThread, thread);
+    return ended;
+}
+
+void drop_list()
+{
+    Buffers::CPObjectVector<MRInfo> dropped;
+    ListLock const lock;
+    dropped = std::move(g_cpMRList);
+}
+
+} // namespace
+
+void Trigger()
+{
+    copy_of(g_cpMRTrigger).Set();
+}
+
+bool IsActive()
+{
+    HandleLock const lock;
+    return g_cpMRThread;
+}
+
+bool AppInit()
+{
+    if (g_cpMRThread)
+        return true;
+    renew_if_empty(g_cpMRTrigger);
+    renew_if_empty(g_cpMRStop);
+    g_cpMRTrigger.Reset();
+    g_cpMRStop.Reset();
+    Develop::_logWrite(_nqfDebugNotice, L"ORVA", "maintenance", 411, L"Starting maintenance thread");
+    Threading::CPThreadContext<CMaintenanceThread> context;
+    CMaintenanceThread* const body = context.create();
+    if (body == nullptr || !body->Attach(g_cpMRStop, g_cpMRTrigger))
+        return false;
+    return start_thread(context);
+}
+
+// An abandoned thread keeps its events: a signal to them is still for it, and it detaches from them when it ends.
+void AppExit()
+{
+    if (g_cpMRThread)
+    {
+        g_cpMRStop.Set();
+        bool const ended = end_thread();
+        Develop::_istrue_(g_cpMRThread, "maintenance,429:g_cpMRThread");
+        if (!ended)
+        {
+            put_in_place(g_cpMRStop, fresh_event());
+            put_in_place(g_cpMRTrigger, fresh_event());
+        }
+    }
+    drop_list();
+}
+
+} // namespace ORVA::Maintenance
