@@ -1,5 +1,6 @@
 /// @file
-/// Numbers: a small generator of repeatable sequences.
+/// Numbers: exact fractions, and a small generator of repeatable sequences.
 #pragma once
 
 #include "ORVA/Math/MonoRand.h"
+#include "ORVA/Math/Rational.h"

@@ -4,6 +4,7 @@
 
 #include "ORVA/String/CodePage1252.h"
 #include "ORVA/String/Codecs.h"
+#include "ORVA/String/Encoders.h"
 #include "ORVA/String/Holders.h"
 #include "ORVA/String/Pool.h"
 #include "ORVA/String/PoolMaintenance.h"

@@ -30,8 +30,8 @@ ORVA_API int comparepoolptr(CPPoolString const* first, CPPoolString const* secon
 /// Results of type `unsigned int` are 1 for success, and 0 for a refusal or an exhausted heap, with the array as it was.
 /// A refusal is not reported.
 ///
-/// A string is in a sorted array if it is the **first** of those that compare equal to it. So the null string beside
-/// the empty one may be added twice and not be found; texts from the pool have no such neighbours.
+/// A string counts as being in a sorted array if it is the **first** of those that compare equal to it. So the null string
+/// behind the empty one is added once more, and not removed.
 ///
 /// The vector's own operations are there too. `Alloc`, and writing to an entry, do not keep an array sorted.
 class ORVA_API CPPoolStringArray : public Buffers::CPObjectVector<CPPoolString>

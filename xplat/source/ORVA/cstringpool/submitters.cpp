@@ -54,7 +54,7 @@ unsigned long CSubStringSubmitter::GetStringLen()
     return sccLen;
 }
 
-// Bytes, not characters: callers have come to depend on the strings that this makes.
+// Bytes and not characters, as the class states.
 unsigned int CSubStringSubmitter::GetString(wchar_t* buffer)
 {
     if (sccLen != 0)
