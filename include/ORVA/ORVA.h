@@ -5,6 +5,7 @@
 #include "ORVA/Buffers.h"
 #include "ORVA/Core.h"
 #include "ORVA/Develop.h"
+#include "ORVA/Files.h"
 #include "ORVA/Lookup.h"
 #include "ORVA/Maintenance.h"
 #include "ORVA/Math.h"

@@ -202,6 +202,22 @@ TEST(ClassRegistry, enters_exclusively)
     EXPECT_TRUE(registered(uid));
 }
 
+TEST(ClassRegistry, enters_before_it_makes_the_record)
+{
+    _nqfUID const uid = next_uid();
+    g_rwClasses.EnterRead();
+    locks::Waiter<int> waiter(
+        [&]
+        {
+            AllocationFailure const failure(1, AllocationFailure::forever);
+            return CPINQFUnknown::Factory_RegisterClass(uid, uid, CPPoolString::ptrue, nullptr);
+        });
+    EXPECT_TRUE(waiter.is_blocked());
+    g_rwClasses.LeaveRead();
+    EXPECT_EQ(waiter.result(), 0);
+    EXPECT_FALSE(registered(uid));
+}
+
 TEST(ClassRegistry, without_memory_is_0_and_leaves_table_and_lock)
 {
     CPPoolString const name(L"ClassRegistry.without_memory");

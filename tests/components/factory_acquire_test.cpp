@@ -32,10 +32,23 @@ TEST_F(FactoryAcquire, gives_a_reference_that_outlives_the_slot)
     pointer->Release();
 }
 
-TEST_F(FactoryAcquire, without_an_output_is_0)
+TEST_F(FactoryAcquire, writes_the_pointer_before_it_adds_the_reference)
 {
     set_factory();
-    EXPECT_EQ(CPINQFUnknown::Factory_Acquire(static_cast<INQFComponentFactory**>(nullptr)), 0);
+    INQFComponentFactory* pointer = nullptr;
+    INQFComponentFactory* seen = nullptr;
+    journal.on_call = [&](std::string const&) { seen = pointer; };
+    EXPECT_EQ(CPINQFUnknown::Factory_Acquire(&pointer), 1);
+    EXPECT_EQ(seen, &factory);
+    pointer->Release();
+}
+
+TEST_F(FactoryAcquire, without_an_output_is_0_without_the_lock)
+{
+    set_factory();
+    EXPECT_TRUE(ends_while_held(
+        ORVA::NQF::g_csFactory,
+        [] { EXPECT_EQ(CPINQFUnknown::Factory_Acquire(static_cast<INQFComponentFactory**>(nullptr)), 0); }));
     EXPECT_EQ(journal.take(), Calls{});
 }
 
@@ -167,12 +180,15 @@ TEST_P(FactoryCreate, holds_the_factory_whatever_becomes_of_the_slot)
     EXPECT_EQ(factory.count, 1);
 }
 
-TEST_P(FactoryCreate, without_a_factory_frees_and_is_false)
+TEST_P(FactoryCreate, without_a_factory_frees_outside_the_lock_and_is_false)
 {
-    CPINQFUnknown handle(&object);
+    NotingHandle handle(journal);
+    handle = &object;
     journal.take();
+    watch_lock();
     EXPECT_FALSE(create(handle));
-    EXPECT_EQ(journal.take(), Calls{"object.Release"});
+    EXPECT_EQ(journal.take(), (Calls{"free", "object.Release"}));
+    EXPECT_EQ(under_lock, Calls{});
     EXPECT_EQ(word_of(handle), 1U);
 
     write_zero(handle);
@@ -180,14 +196,17 @@ TEST_P(FactoryCreate, without_a_factory_frees_and_is_false)
     EXPECT_EQ(word_of(handle), 0U);
 }
 
-TEST_P(FactoryCreate, add_ref_that_throws_frees_and_is_false)
+TEST_P(FactoryCreate, add_ref_that_throws_frees_outside_the_lock_and_is_false)
 {
     set_factory();
     journal.raises("factory.AddRef");
-    CPINQFUnknown handle(&object);
+    NotingHandle handle(journal);
+    handle = &object;
     journal.take();
+    watch_lock();
     EXPECT_FALSE(create(handle));
-    EXPECT_EQ(journal.take(), (Calls{"factory.AddRef", "object.Release"}));
+    EXPECT_EQ(journal.take(), (Calls{"factory.AddRef", "free", "object.Release"}));
+    EXPECT_EQ(under_lock, Calls{"factory.AddRef"});
     EXPECT_EQ(word_of(handle), 1U);
     EXPECT_TRUE(locks::is_free(ORVA::NQF::g_csFactory));
 }

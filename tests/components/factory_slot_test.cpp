@@ -36,6 +36,20 @@ TEST_F(FactorySlot, set_takes_one_reference_under_the_lock)
     EXPECT_EQ(g_uFactoryLock, 1U);
 }
 
+TEST_F(FactorySlot, is_still_empty_while_the_reference_is_taken)
+{
+    bool available = true;
+    unsigned int users = 7;
+    journal.on_call = [&](std::string const&)
+    {
+        available = CPINQFUnknown::Factory_IsAvailable();
+        users = g_uFactoryLock;
+    };
+    EXPECT_EQ(CPINQFUnknown::Factory_Set(&factory), 1);
+    EXPECT_FALSE(available);
+    EXPECT_EQ(users, 0U);
+}
+
 TEST_F(FactorySlot, set_again_counts_a_user_and_no_reference)
 {
     set_factory();
@@ -228,7 +242,11 @@ TEST_F(FactorySlot, a_user_who_came_during_the_last_release_is_reported_by_the_n
     EXPECT_EQ(g_uFactoryLock, 1U);
     EXPECT_EQ(log.count(), 0U);
 
+    std::size_t reports_before_the_reference = 0;
+    journal.on_call = [&](std::string const&) { reports_before_the_reference = log.count(); };
     EXPECT_EQ(CPINQFUnknown::Factory_Set(&factory), 1);
+    journal.on_call = nullptr;
+    EXPECT_EQ(reports_before_the_reference, 1U);
     EXPECT_EQ(log.take(), LogMessages{failed_condition("g_uFactoryLock == 0")});
     EXPECT_EQ(g_uFactoryLock, 2U);
     EXPECT_EQ(CPINQFUnknown::Factory_Release(), 1);

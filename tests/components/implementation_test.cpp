@@ -94,25 +94,31 @@ TEST(UnknownBase, ends_once_with_its_last_reference)
     EXPECT_EQ(object.destroyed, 1U);
 }
 
+/// Begins with one reference and ends with its last.
+class SelfDeleting final : public _cNQFUnknown
+{
+public:
+    explicit SelfDeleting(bool& flag) : m_ended(flag) { m_lRefCnt = 1; }
+    int QueryInterface(_nqfUID const& id, void** out) override
+    {
+        *out = _queryinterfaceadd(id);
+        return *out != nullptr ? 0 : framework_failure;
+    }
+    unsigned int AddRef() override { return _addRef(); }
+    unsigned int Release() override { return _release(); }
+    void _destroy() override
+    {
+        m_ended = true;
+        delete this;
+    }
+    void _reserved5() override {}
+
+private:
+    bool& m_ended;
+};
+
 TEST(UnknownBase, may_be_gone_when_release_returns)
 {
-    class SelfDeleting final : public _cNQFUnknown
-    {
-    public:
-        explicit SelfDeleting(bool& flag) : m_ended(flag) { m_lRefCnt = 1; }
-        int QueryInterface(_nqfUID const&, void**) override { return framework_failure; }
-        unsigned int AddRef() override { return _addRef(); }
-        unsigned int Release() override { return _release(); }
-        void _destroy() override
-        {
-            m_ended = true;
-            delete this;
-        }
-        void _reserved5() override {}
-
-    private:
-        bool& m_ended;
-    };
     bool ended = false;
     auto* const object = new SelfDeleting(ended);
     EXPECT_EQ(object->_release(), 0U);
@@ -144,6 +150,23 @@ TEST(UnknownBase, adds_a_reference_to_an_answer_if_it_is_counted)
     EXPECT_EQ(uncounted.references(), 0U);
 }
 
+TEST(UnknownBase, adds_the_reference_by_itself)
+{
+    class Derived final : public Object
+    {
+    public:
+        using Object::Object;
+        unsigned int AddRef() override
+        {
+            ADD_FAILURE() << "the count is changed directly";
+            return 0;
+        }
+    };
+    Derived const object(1);
+    EXPECT_EQ(object._queryinterfaceadd(__nqf_uuidof<INQFUnknown>()), object.base());
+    EXPECT_EQ(object.references(), 2U);
+}
+
 TEST(UnknownBase, asks_the_derived_class)
 {
     class Derived final : public Object
@@ -167,6 +190,28 @@ TEST(UnknownBase, serves_a_handle)
         EXPECT_EQ(handle->base(), &object);
     }
     EXPECT_EQ(object.references(), 1U);
+}
+
+TEST(UnknownBase, lives_exactly_as_long_as_the_handles_on_it)
+{
+    bool ended = false;
+    ORVA::NQF::CPINQFUnknown handle;
+    handle._assign(new SelfDeleting(ended));
+    ORVA::NQF::CPINQFUnknown const& itself = handle;
+    handle = itself;
+    handle = handle._getptr();
+    EXPECT_FALSE(ended);
+    {
+        ORVA::NQF::CPNQI<_cNQFUnknown> const second(handle);
+        handle.free();
+        EXPECT_FALSE(ended);
+        EXPECT_EQ(second->_addRef(), 2U);
+        EXPECT_EQ(second->_release(), 1U);
+        handle = second;
+        handle = nullptr;
+        EXPECT_FALSE(ended);
+    }
+    EXPECT_TRUE(ended);
 }
 
 TEST(UnknownBase, ends_once_whoever_gives_the_last_reference_back)

@@ -268,7 +268,11 @@ TEST_F(TypedHandle, raw_query_of_a_named_one_without_a_pointer_leaves_the_output
     EXPECT_EQ(handle.QueryRawInterface(&pointer), 0);
     EXPECT_EQ(pointer, &other);
     journal.succeeds();
+
+    write_raw(handle, object);
+    journal.take();
     EXPECT_EQ(handle.QueryRawInterface(static_cast<void**>(nullptr)), 0);
+    EXPECT_EQ(journal.take(), (Calls{"object.QueryInterface(#70)", "object.Release"}));
     EXPECT_EQ(object.count, 2);
 }
 

@@ -1,5 +1,5 @@
 #include "files/enumerator_fixture.h"
-#include "foundation/fresh_process.h"
+#include "support/FreshProcess.h"
 
 #include <climits>
 #include <type_traits>
@@ -191,7 +191,7 @@ TEST_F(Enumerator, directory_that_may_not_be_read_is_refused)
         GTEST_SKIP() << "only root can become another user";
     directory.make_directory("locked");
     ASSERT_EQ(0, ::chmod(directory.path("locked").c_str(), 0));
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             ASSERT_EQ(0, ::setgid(65534));
@@ -208,7 +208,7 @@ TEST_F(Enumerator, directory_that_may_be_read_but_not_entered_gives_names_withou
     directory.make_directory("locked");
     directory.write("locked/f", "content");
     ASSERT_EQ(0, ::chmod(directory.path("locked").c_str(), 0744));
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             ASSERT_EQ(0, ::setgid(65534));

@@ -1,6 +1,6 @@
 #include "ORVA/Files/File.h"
 #include "files/files_fixture.h"
-#include "foundation/fresh_process.h"
+#include "support/FreshProcess.h"
 
 #include <climits>
 #include <csignal>
@@ -30,6 +30,24 @@ protected:
 };
 
 unsigned int const untouched = 0xABCDEF;
+
+/// A pipe with a name, of which both ends are open, so that whoever opens it waits for nobody.
+class PipeEnds
+{
+public:
+    explicit PipeEnds(std::string const& path)
+    {
+        EXPECT_EQ(0, ::mkfifo(path.c_str(), 0600));
+        m_descriptor = ::open(path.c_str(), O_RDWR);
+        EXPECT_NE(-1, m_descriptor);
+    }
+    ~PipeEnds() { ::close(m_descriptor); }
+    PipeEnds(PipeEnds const&) = delete;
+    PipeEnds& operator=(PipeEnds const&) = delete;
+
+private:
+    int m_descriptor;
+};
 
 TEST_F(FileIO, closed_file_refuses_everything_but_closing_and_flushing)
 {
@@ -116,6 +134,8 @@ TEST_F(FileIO, pointer_is_set_from_the_start_and_moved_from_where_it_is)
     EXPECT_EQ(1, file.MovePointer(-5));
     EXPECT_EQ(2, file.GetPointer());
     EXPECT_EQ(1, file.MovePointer(0));
+    EXPECT_EQ(1, file.MovePointer(-2)) << "the start is a place like any other";
+    EXPECT_EQ(0, file.GetPointer());
     EXPECT_EQ(1, file.SetPointer(1000)) << "beyond the end";
     EXPECT_EQ(1000, file.GetPointer());
     EXPECT_EQ(10, file.GetSize());
@@ -135,6 +155,22 @@ TEST_F(FileIO, pointer_that_cannot_be_reached_stays)
     EXPECT_EQ(0, file.SetPointer(1ULL << 63));
     EXPECT_EQ(0, file.SetPointer(ULLONG_MAX)) << "what the system gives for an error is no place";
     EXPECT_EQ(4, file.GetPointer());
+}
+
+TEST_F(FileIO, place_that_the_system_shows_as_negative_is_reached)
+{
+    unsigned long long const place = 0xFFFFFFFF00000000ULL;
+    char const* const memory = "/proc/self/mem";
+    int const descriptor = ::open(memory, O_RDONLY);
+    bool const is_taken = descriptor != -1 && ::lseek(descriptor, static_cast<off_t>(place), SEEK_SET) < -1;
+    ::close(descriptor);
+    if (!is_taken)
+        GTEST_SKIP() << "no file here has such places";
+    CFile file;
+    ASSERT_EQ(1, file.Open(widened(memory).c_str(), eFileAccessRead, eOpenFileExisting));
+    EXPECT_EQ(1, file.SetPointer(place));
+    EXPECT_EQ(static_cast<long>(place), file.GetPointer());
+    EXPECT_EQ(0, file.SetPointer(ULLONG_MAX)) << "not to be told from an error";
 }
 
 TEST_F(FileIO, end_is_set_at_the_current_place)
@@ -305,7 +341,7 @@ TEST_F(FileIO, file_that_is_removed_stays_open)
 TEST_F(FileIO, full_disk_gives_a_short_write_and_then_an_error)
 {
     directory.write("f");
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             rlimit const limit = {1000, 1000};
@@ -344,7 +380,7 @@ TEST_F(FileIO, flushing_is_a_success_even_where_the_system_fails)
     EXPECT_EQ(1, file.Write("x", 1));
     EXPECT_EQ(1, file.Flush());
     // A pipe cannot be flushed.
-    ASSERT_EQ(0, ::mkfifo(directory.path("pipe").c_str(), 0600));
+    PipeEnds const pipe_ends(directory.path("pipe"));
     CFile pipe;
     ASSERT_EQ(1, pipe.Open(directory.wide_path("pipe").c_str(), eFileAccessWrite, eOpenFileExisting));
     EXPECT_EQ(1, pipe.Flush());
@@ -352,11 +388,10 @@ TEST_F(FileIO, flushing_is_a_success_even_where_the_system_fails)
 
 TEST_F(FileIO, pipe_has_no_places)
 {
-    ASSERT_EQ(0, ::mkfifo(directory.path("pipe").c_str(), 0600));
+    PipeEnds const pipe_ends(directory.path("pipe"));
     CFile pipe;
-    // For writing as well, so that nobody is waited for.
     ASSERT_EQ(1, pipe.Open(directory.wide_path("pipe").c_str(), eFileAccessWrite, eOpenFileExisting));
-    EXPECT_EQ(1, pipe.Write("abc", 3));
+    ASSERT_EQ(1, pipe.Write("abc", 3));
     EXPECT_EQ(-1, pipe.GetPointer());
     EXPECT_EQ(0, pipe.SetPointer(0));
     EXPECT_EQ(0, pipe.MovePointer(0));

@@ -1,13 +1,15 @@
 #include "ORVA/Files/File.h"
 #include "files/files_fixture.h"
-#include "foundation/fresh_process.h"
 #include "reference/plain_open.h"
+#include "support/FreshProcess.h"
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <memory>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
 using namespace ORVA::Files::OS;
@@ -327,7 +329,7 @@ TEST_F(FileOpen, without_permission_fails)
     directory.write("read_only", "content");
     ASSERT_EQ(0, ::chmod(directory.path("private").c_str(), 0600));
     ASSERT_EQ(0, ::chmod(directory.path("read_only").c_str(), 0444));
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             ASSERT_EQ(0, ::setgid(65534));
@@ -345,7 +347,7 @@ TEST_F(FileOpen, without_permission_fails)
 TEST_F(FileOpen, without_a_descriptor_left_fails)
 {
     directory.write("f", "content");
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             std::wstring const path = directory.wide_path("f");
@@ -364,6 +366,45 @@ TEST_F(FileOpen, without_a_descriptor_left_fails)
             EXPECT_FALSE(file);
             EXPECT_EQ(1, file.Open(path.c_str(), eFileAccessRead, eOpenFileExisting));
         });
+}
+
+TEST_F(FileOpen, lowest_descriptor_is_one_like_any_other)
+{
+    directory.write("f", "content");
+    in_fresh_process(
+        [&]
+        {
+            ::close(0);
+            CFile file;
+            EXPECT_EQ(1, open(file, "f", eFileAccessRead, eOpenFileExisting));
+            EXPECT_EQ(7, file.GetSize());
+            EXPECT_EQ(0, open(file, "f", eFileAccessRead, eOpenFileExisting)) << "it is open";
+            EXPECT_EQ(0, ::fcntl(0, F_GETFD)) << "a program that is started inherits it";
+            EXPECT_EQ(1, file.Close());
+            EXPECT_EQ(-1, ::fcntl(0, F_GETFD));
+        });
+}
+
+TEST_F(FileOpen, object_is_the_descriptor_and_all_bits_of_the_access)
+{
+    directory.write("f");
+    struct
+    {
+        int descriptor;
+        unsigned int access;
+    } members;
+    CFile file;
+    std::memcpy(&members, static_cast<void const*>(&file), sizeof(file));
+    EXPECT_EQ(-1, members.descriptor);
+    EXPECT_EQ(0U, members.access);
+    ASSERT_EQ(1, open(file, "f", 0x8000000D, eOpenFileExisting));
+    std::memcpy(&members, static_cast<void const*>(&file), sizeof(file));
+    struct stat record = {};
+    EXPECT_EQ(0, ::fstat(members.descriptor, &record));
+    EXPECT_EQ(0x8000000DU, members.access);
+    file.Close();
+    std::memcpy(&members, static_cast<void const*>(&file), sizeof(file));
+    EXPECT_EQ(-1, members.descriptor);
 }
 
 TEST_F(FileOpen, without_memory_fails_and_writes_nothing_but_the_directory)

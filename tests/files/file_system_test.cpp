@@ -1,7 +1,7 @@
 #include "ORVA/Files/File.h"
 #include "ORVA/Files/FileSystem.h"
 #include "files/files_fixture.h"
-#include "foundation/fresh_process.h"
+#include "support/FreshProcess.h"
 
 #include <climits>
 #include <cstring>
@@ -190,7 +190,7 @@ TEST_F(FileSystem, without_permission_fails)
     directory.make_directory("locked");
     directory.write("locked/f");
     ASSERT_EQ(0, ::chmod(directory.path("locked").c_str(), 0500));
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             ASSERT_EQ(0, ::setgid(65534));

@@ -1,6 +1,6 @@
 #include "ORVA/Files/Path.h"
 #include "files/files_fixture.h"
-#include "foundation/fresh_process.h"
+#include "support/FreshProcess.h"
 
 #include <climits>
 
@@ -51,6 +51,7 @@ TEST_F(CreatePath, separators_at_the_end_do_not_count)
     EXPECT_TRUE(is_directory("a/b"));
     create(directory.wide_path("c//  "));
     EXPECT_TRUE(is_directory("c"));
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path("c"))) << "blanks behind separators are no name";
     EXPECT_EQ((Names{"a", "c"}), directory.entries());
 }
 
@@ -108,12 +109,14 @@ TEST_F(CreatePath, relative_paths_do_nothing)
 
 TEST_F(CreatePath, separator_alone_does_nothing)
 {
+    WorkingDirectory const here(directory.path());
     create(L"/");
     create(L"\\");
     create(L"C:/");
     create(L"//");
     create(L"///");
     create(L"///  ");
+    EXPECT_EQ(Names(), directory.entries());
 }
 
 TEST_F(CreatePath, share_of_a_server_is_not_made)
@@ -243,7 +246,7 @@ TEST_F(CreatePath, without_permission_is_reported)
 {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
-    foundation::in_fresh_process(
+    in_fresh_process(
         [&]
         {
             ASSERT_EQ(0, ::setgid(65534));

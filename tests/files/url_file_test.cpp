@@ -110,6 +110,7 @@ TEST(FileUrlDecode, colon_before_a_slash_gives_the_text_from_there)
     EXPECT_EQ(L"C:", path_of("file:///C:"));
     EXPECT_EQ(L":", path_of("file:///:"));
     EXPECT_EQ(L"ab:c/d", path_of("file:///ab:c/d"));
+    EXPECT_EQ(L"a\\b:c", path_of("file:///a\\b:c"));
 }
 
 TEST(FileUrlDecode, slash_first_gives_the_text_with_the_slash_before_it)
@@ -118,6 +119,7 @@ TEST(FileUrlDecode, slash_first_gives_the_text_with_the_slash_before_it)
     EXPECT_EQ(L"/a/", path_of("file:///a/"));
     EXPECT_EQ(L"/a/b:c", path_of("file:///a/b:c"));
     EXPECT_EQ(L"/a b/c", path_of("file:///a%20b/c"));
+    EXPECT_EQ(L"/a\\b/c", path_of("file:///a\\b/c")) << "a backslash is none";
     EXPECT_EQ(L"/a/b", path_of("file:///a%2Fb")) << "escapes are decoded first";
 }
 

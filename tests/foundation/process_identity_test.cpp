@@ -2,8 +2,8 @@
 // so each test that asks has a process of its own.
 #include "ORVA/Core.h"
 
-#include "foundation/fresh_process.h"
 #include "support/AllocationFailure.h"
+#include "support/FreshProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -19,9 +19,9 @@
 
 #include <unistd.h>
 
-using foundation::in_fresh_process;
 using ORVA::Core::OS::GetProcessName;
 using ORVA::Core::OS::GetStartupPath;
+using support::in_fresh_process;
 
 namespace
 {

@@ -2,7 +2,7 @@
 // answers are kept by the process, so each test has a process of its own.
 #include "ORVA/Core.h"
 
-#include "foundation/fresh_process.h"
+#include "support/FreshProcess.h"
 #include "support/macos/MacosDouble.h"
 
 #include <gtest/gtest.h>
@@ -14,9 +14,9 @@
 #include <utility>
 #include <vector>
 
-using foundation::in_fresh_process;
 using ORVA::Core::OS::GetProcessName;
 using ORVA::Core::OS::GetStartupPath;
+using support::in_fresh_process;
 using namespace support::macos;
 
 namespace

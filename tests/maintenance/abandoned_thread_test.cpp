@@ -122,6 +122,22 @@ TEST_F(AbandonedThread, keeps_its_events_and_leaves_fresh_ones)
     EXPECT_EQ(listeners_of(g_cpMRTrigger), 1U);
 }
 
+// So that the thread, where it holds the lock, is in charge from its look at the events to its choice.
+TEST_F(AbandonedThread, gets_its_successors_events_made_with_the_lock_held)
+{
+    CPEvent const stop = g_cpMRStop;
+    CPEvent const trigger = g_cpMRTrigger;
+    std::string order;
+    auto const look = [&](char const* moment)
+    { order += std::string(moment) + (g_cpMRStop == stop ? "" : "!") + (g_cpMRTrigger == trigger ? " " : "! "); };
+    calls.before_enter = [&] { look("enter"); };
+    calls.after_leave = [&] { look("leave"); };
+    abandon();
+    calls.before_enter = nullptr;
+    calls.after_leave = nullptr;
+    EXPECT_EQ(order, "enter leave! enter! leave!! enter!! leave!! ");
+}
+
 TEST_F(AbandonedThread, does_not_disturb_a_newer_one)
 {
     abandon();

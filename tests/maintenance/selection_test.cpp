@@ -378,6 +378,27 @@ TEST_F(Selection, of_a_service_that_is_listed_no_more_ends_quietly)
     EXPECT_FALSE(g_cpMRPending);
 }
 
+TEST_F(Selection, lets_a_service_that_goes_with_the_end_of_its_run_use_the_scheduler)
+{
+    Block const other = service(never);
+    bool used = false;
+    {
+        Block const block = due();
+        block->on_end = [&] { used = !g_cpMRPending && !IsActive() && !is_pending(other) && Register(other); };
+    }
+    EXPECT_TRUE(_selectService());
+    AppExit();
+    EXPECT_FALSE(used);
+    events::Background<int>(
+        []
+        {
+            _resetPending(false);
+            return 0;
+        })
+        .result();
+    EXPECT_TRUE(used);
+}
+
 TEST_F(Selection, stays_pending_if_the_lock_cannot_be_had)
 {
     Block const block = due();

@@ -293,6 +293,21 @@ TEST_F(ThreadBody, waits_without_limit_if_the_lock_cannot_be_had)
               "priority 0, work, priority -2, wait without limit, priority 0, ");
 }
 
+// A wait that cannot queue its waiter gives 0, which is the place of the stop.
+TEST_F(ThreadBody, takes_a_wait_without_memory_for_the_stop)
+{
+    std::optional<support::AllocationFailure> failure;
+    calls.before_priority = [&, record = calls.before_priority](eThreadPriority priority)
+    {
+        record(priority);
+        if (priority == ORVA::Threading::eThreadPriorityIdle)
+            failure.emplace(1);
+    };
+    EXPECT_EQ(run(), "priority 0, priority -2, priority 0, ");
+    EXPECT_EQ(failure->failures(), 1U);
+    EXPECT_FALSE(is_signaled(g_cpMRStop));
+}
+
 TEST_F(ThreadBody, goes_on_if_the_lock_cannot_be_had_at_the_end_of_a_run)
 {
     Block const block = registered("work", 0);

@@ -79,15 +79,10 @@ Service g_cpMRPending;
 namespace
 {
 
-// Goes first. A thread that nobody has stopped is ended, as the destructor of its handle would end it, while all that it
-// uses still stands.
+// Goes first.
 struct EndAtExit
 {
-    ~EndAtExit()
-    {
-        g_cpMRStop.Set();
-        g_cpMRThread.free();
-    }
+    ~EndAtExit() { end_with_the_process(); }
 } const end_at_exit;
 
 } // namespace

@@ -171,7 +171,7 @@ bool place_name_alone(Scan const& scan, tagCPATHPARSEINFO& info)
 {
     wchar_t const* const dot = scan.last_dot;
     bool const dot_is_last = dot && dot[1] == 0;
-    if (dot_is_last && scan.first_dot == scan.body && std::wcsspn(scan.body, L".") == std::wcslen(scan.body))
+    if (dot_is_last && std::wcsspn(scan.body, L".") == std::wcslen(scan.body))
         return false;
     info.pDirectoryEnd = scan.end;
     info.pName = scan.body;

@@ -3,7 +3,8 @@
 //
 // Two locks guard them. `g_cpMRLock` is held while services are asked for their times; whoever must not wait for a
 // service - a trigger, a look at whether the thread is there - takes the `HandleLock` alone, which is held for the length
-// of a copy. Where both are needed, `g_cpMRLock` comes first.
+// of a copy. The events and the pending service are changed with both held, so either will do to read them. Where both
+// are needed, `g_cpMRLock` comes first.
 #pragma once
 
 #include "ORVA/Buffers/Interface.h"
@@ -14,6 +15,8 @@
 #include "ORVA/Threading/Thread.h"
 
 #include <pthread.h>
+
+#include <utility>
 
 namespace ORVA::Maintenance
 {
@@ -39,7 +42,7 @@ extern Buffers::CPObjectVector<MRInfo> g_cpMRList;
 extern Threading::CPEvent g_cpMRTrigger;
 extern Threading::CPEvent g_cpMRStop;
 extern Threading::CPThread g_cpMRThread;
-// The service that was chosen and has not finished. It is changed with both locks held, so either will do to read it.
+// The service that was chosen and has not finished.
 extern Service g_cpMRPending;
 
 // Guards the handles on the two events and the thread, and the pending one. Nothing is released and no service called
@@ -63,6 +66,18 @@ Handle copy_of(Handle const& global)
     HandleLock const lock;
     return global;
 }
+
+// Changes what a global handle holds. The old content is released when the `HandleLock` is not held any more.
+template <class Handle>
+void put_in_place(Handle& global, Handle handle)
+{
+    HandleLock const lock;
+    std::swap(global, handle);
+}
+
+// What the end of the process does before any of the objects above goes: it ends a thread that nobody has stopped, and
+// drops services that nobody has taken off, while all that they use still stands.
+void end_with_the_process() noexcept;
 
 } // namespace ORVA::Maintenance
 

@@ -6,10 +6,8 @@ namespace ORVA::Maintenance
 namespace
 {
 
-constexpr unsigned long before_the_first = static_cast<unsigned long>(-1L);
-
-// Where the walk is, and where it ends.
-unsigned long walk_place = before_the_first;
+// Where the walk goes on, and where it ends.
+unsigned long walk_place = 0;
 unsigned long walk_end = 0;
 
 // The number of entries if it is not listed.
@@ -58,7 +56,7 @@ bool remove_service(Buffers::CPObjectMemory const& block)
     unsigned long const place = place_of(block);
     if (!g_cpMRList.Delete(place, true))
         return false;
-    if (place <= walk_place && walk_place != before_the_first)
+    if (place < walk_place)
         --walk_place;
     if (place < walk_end)
         --walk_end;
@@ -67,7 +65,7 @@ bool remove_service(Buffers::CPObjectMemory const& block)
 
 Walk::Walk()
 {
-    walk_place = before_the_first;
+    walk_place = 0;
     walk_end = g_cpMRList.GetCount();
 }
 
@@ -78,10 +76,9 @@ bool Walk::next()
     for (;;)
     {
         m_service.free();
-        ++walk_place;
         if (walk_place >= walk_end || walk_place >= g_cpMRList.GetCount())
             return false;
-        MRInfo const& entry = g_cpMRList[walk_place];
+        MRInfo const& entry = g_cpMRList[walk_place++];
         if ((entry.flags & MRInfo::disabled) != 0)
             continue;
         m_service = entry.service;
@@ -107,9 +104,10 @@ bool Walk::_ask()
 
 MRInfo* Walk::entry() const noexcept
 {
-    if (walk_place >= g_cpMRList.GetCount() || g_cpMRList[walk_place].service != m_service)
+    unsigned long const place = walk_place - 1;
+    if (place >= g_cpMRList.GetCount() || g_cpMRList[place].service != m_service)
         return nullptr;
-    return &g_cpMRList[walk_place];
+    return &g_cpMRList[place];
 }
 
 } // namespace ORVA::Maintenance

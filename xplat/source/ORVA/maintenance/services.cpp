@@ -3,7 +3,6 @@
 #include "maintenance/list.h"
 
 #include <climits>
-#include <utility>
 
 namespace ORVA::Maintenance
 {
@@ -41,13 +40,6 @@ Service best_of_those_due()
         }
     }
     return best;
-}
-
-// The old one is released with the list's lock held only, and after the new one is in place.
-void make_pending(Service service)
-{
-    HandleLock const lock;
-    std::swap(g_cpMRPending, service);
 }
 
 } // namespace
@@ -91,7 +83,7 @@ bool _selectService()
             return false;
         entry->skipped = 0;
         ++g_choices;
-        make_pending(best);
+        put_in_place(g_cpMRPending, best);
         return true;
     }
     catch (...)
@@ -107,7 +99,7 @@ void _resetPending(bool failed)
         ListLock const lock;
         if (failed)
             disable_service(g_cpMRPending);
-        make_pending(Service());
+        put_in_place(g_cpMRPending, Service());
     }
     catch (...)
     {

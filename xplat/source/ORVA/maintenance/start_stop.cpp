@@ -33,19 +33,18 @@ CPEvent fresh_event()
     }
 }
 
-// The handle that is replaced is released when nothing is held any more.
-template <class Handle>
-void put_in_place(Handle& global, Handle handle)
+void renew(CPEvent& event)
 {
-    HandleLock const lock;
-    std::swap(global, handle);
+    CPEvent const fresh = fresh_event();
+    ListLock const lock;
+    put_in_place(event, fresh);
 }
 
 // An event that could not be had when the last thread was abandoned may be had now.
 void renew_if_empty(CPEvent& event)
 {
     if (!event)
-        put_in_place(event, fresh_event());
+        renew(event);
 }
 
 // The thread handle is locked while a thread is started, so that who asks on the new thread finds it.
@@ -116,11 +115,24 @@ void AppExit()
         Develop::_istrue_(g_cpMRThread, "maintenance,429:g_cpMRThread");
         if (!ended)
         {
-            put_in_place(g_cpMRStop, fresh_event());
-            put_in_place(g_cpMRTrigger, fresh_event());
+            renew(g_cpMRStop);
+            renew(g_cpMRTrigger);
         }
     }
     drop_list();
+}
+
+// The thread has as long as the release of its handle gives it. One that is abandoned may hold the list's lock for ever.
+void end_with_the_process() noexcept
+{
+    g_cpMRStop.Set();
+    put_in_place(g_cpMRThread, CPThread());
+    Buffers::CPObjectVector<MRInfo> dropped;
+    if (g_cpMRLock.TryEnter(0))
+    {
+        dropped = std::move(g_cpMRList);
+        g_cpMRLock.Leave();
+    }
 }
 
 } // namespace ORVA::Maintenance

@@ -142,7 +142,6 @@ unsigned long CMaintenanceThread::_next_time() const
 
 bool CMaintenanceThread::_is_in_charge() const
 {
-    HandleLock const lock;
     return g_cpMRStop == m_stop;
 }
 

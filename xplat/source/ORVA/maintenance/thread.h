@@ -38,7 +38,7 @@ private:
     bool _choose(Service& service);
     void _finish(bool failed) const;
     unsigned long _next_time() const;
-    bool _is_in_charge() const;
+    bool _is_in_charge() const; // needs `g_cpMRLock`
     bool _attach(Threading::CPEvent& event, Threading::CPEvent& kept);
     void _detach(Threading::CPEvent const& event) const;
 

@@ -125,10 +125,10 @@ int CFile::SetPointer(unsigned long long position)
 {
     if (m_descriptor == -1)
         return 0;
-    // A place that the system's signed type cannot hold is negative there and refused; -1 must not pass for one that
-    // was reached.
+    // Some files of the system have places that its signed type shows as negative. -1 alone is an error, and must not
+    // pass for a place.
     off_t const reached = ::lseek(m_descriptor, static_cast<off_t>(position), SEEK_SET);
-    return reached >= 0 && static_cast<unsigned long long>(reached) == position;
+    return reached != -1 && static_cast<unsigned long long>(reached) == position;
 }
 
 int CFile::MovePointer(long long distance)

@@ -10,7 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace foundation
+namespace support
 {
 
 /// Runs `body` in a child of this process. Failed checks in it fail the test; so does a child that throws, or that takes
@@ -42,4 +42,4 @@ void in_fresh_process(Body body)
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-} // namespace foundation
+} // namespace support
