@@ -87,7 +87,7 @@ void Catalogue::add(Line const& line)
     {
         std::string_view const component = rest.substr(0, rest.find('/'));
         if (!component.empty())
-            _count(component);
+            add_name(component);
         rest.remove_prefix(component.size() < rest.size() ? component.size() + 1 : rest.size());
     }
 }
@@ -104,7 +104,7 @@ void Catalogue::_refuse(Line const& line)
                                           std::string(line.text.substr(0, bytes_kept)), line.text.size() > bytes_kept});
 }
 
-void Catalogue::_count(std::string_view component)
+Name const& Catalogue::add_name(std::string_view component)
 {
     // One look-up in the pool, which makes the record if this is the first time that the text is seen. Valid text that
     // is not empty is refused only where there is no memory left.
@@ -118,6 +118,7 @@ void Catalogue::_count(std::string_view component)
         name = _add(text);
     ++name->occurrences;
     ++m_totals.components;
+    return *name;
 }
 
 Name* Catalogue::_add(String::CPPoolString const& text)

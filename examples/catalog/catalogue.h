@@ -61,7 +61,8 @@ struct RefusedLine
     bool cut;              ///< there were more of them
 };
 
-/// What has gone into a catalogue. Refused lines are part of `lines`, and their bytes of `bytes`.
+/// What has gone into a catalogue. Refused lines are part of `lines`, and their bytes of `bytes`. Names that stood in no
+/// line are components too.
 struct Totals
 {
     unsigned long lines = 0;
@@ -79,6 +80,9 @@ public:
     /// Takes in the components of a line, or refuses the line.
     void add(Line const& line);
 
+    /// Counts one name that stands in no line. It must be UTF-8 and not empty.
+    Name const& add_name(std::string_view name);
+
     Totals const& totals() const { return m_totals; }
 
     /// All distinct names.
@@ -89,7 +93,6 @@ public:
 
 private:
     void _refuse(Line const& line);
-    void _count(std::string_view component);
     Name* _add(ORVA::String::CPPoolString const& text);
 
     Totals m_totals;

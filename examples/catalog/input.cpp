@@ -75,10 +75,36 @@ void read_file(std::string const& path, Input& input, LineSink const& sink)
         error = file == nullptr ? errno : read_lines(file.get(), path, sink);
     }
     if (error == 0)
+    {
         ++input.files_read;
-    else
-        input.problems.push_back("cannot read " + (path == "-" ? "standard input" : "'" + escaped(path) + "'") + ": " +
-                                 (error == EISDIR ? "it is a directory, not a file of names" : std::strerror(error)));
+        return;
+    }
+    ++input.files_unreadable;
+    input.problems.push_back("cannot read " + (path == "-" ? "standard input" : "'" + escaped(path) + "'") + ": " +
+                             std::strerror(error));
+}
+
+// Not the library's _TestDirExists(): that takes sockets and block devices for directories, and cannot be given a path
+// that is no UTF-8.
+bool is_directory(std::string const& path)
+{
+    std::error_code error;
+    return path != "-" && fs::is_directory(path, error);
+}
+
+std::string counted(unsigned long count, char const* thing)
+{
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+std::string title_of(std::vector<std::string> const& arguments, unsigned long trees)
+{
+    unsigned long const files = arguments.size() - trees;
+    if (arguments.size() == 1)
+        return arguments.front() == "-" ? "standard input" : shown_path(arguments.front());
+    return files == 0   ? counted(trees, "tree")
+           : trees == 0 ? counted(files, "file")
+                        : counted(files, "file") + " and " + counted(trees, "tree");
 }
 
 std::vector<std::string> package_lists(fs::path const& directory)
@@ -96,43 +122,33 @@ std::vector<std::string> package_lists(fs::path const& directory)
 
 } // namespace
 
-Input read_files(std::vector<std::string> const& files, LineSink const& sink)
+Input read_files(std::vector<std::string> const& files, LineSink const& sink, TreeReader const& read_tree)
 {
     Input input;
-    std::string const& first = files.front();
-    input.title =
-        files.size() > 1 ? std::to_string(files.size()) + " files" : escaped(first == "-" ? "standard input" : first);
+    unsigned long trees = 0;
     for (std::string const& path : files)
-        read_file(path, input, sink);
+    {
+        if (is_directory(path))
+        {
+            ++trees;
+            read_tree(path, input);
+        }
+        else
+        {
+            read_file(path, input, sink);
+        }
+    }
+    input.title = title_of(files, trees);
     return input;
 }
 
-Input read_machine(LineSink const& sink)
+Input read_machine(LineSink const& sink, TreeReader const& read_tree)
 {
     std::vector<std::string> const lists = package_lists("/var/lib/dpkg/info");
-    if (lists.empty())
-        return read_tree("/usr", sink);
-    Input input = read_files(lists, sink);
-    input.title = "the files installed on this machine: /var/lib/dpkg/info/*.list";
-    return input;
-}
-
-Input read_tree(std::string const& root, LineSink const& sink)
-{
-    Input input;
-    input.title = "the files on this machine: the tree under " + escaped(root);
-    std::error_code error;
-    fs::recursive_directory_iterator entry(root, fs::directory_options::skip_permission_denied, error);
-    unsigned long number = 0;
-    for (fs::recursive_directory_iterator const end; !error && entry != end; entry.increment(error))
-    {
-        std::string const& path = entry->path().native();
-        sink({path, root, ++number, path.size()});
-    }
-    if (error)
-        input.problems.push_back("cannot read all of '" + escaped(root) + "': " + error.message());
-    else
-        input.files_read = 1;
+    bool const has_lists = !lists.empty();
+    Input input = read_files(has_lists ? lists : std::vector<std::string>{"/usr"}, sink, read_tree);
+    input.title = has_lists ? "the files installed on this machine: /var/lib/dpkg/info/*.list"
+                            : "the files on this machine: the tree under /usr";
     return input;
 }
 

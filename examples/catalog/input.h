@@ -25,18 +25,19 @@ using LineSink = std::function<void(Line const&)>;
 /// What became of a request to read.
 struct Input
 {
-    std::string title;                 ///< what was read, for the report's first line
-    unsigned long files_read = 0;      ///< files that were read to their end
-    std::vector<std::string> problems; ///< a message for each file that was not; its lines up to there have been read
+    std::string title;                  ///< what was read, for the report's first line
+    unsigned long files_read = 0;       ///< files that were read to their end
+    unsigned long files_unreadable = 0; ///< those that were not, and trees of which nothing could be read
+    std::vector<std::string> problems;  ///< a message for each of them, and for each tree that was read in part
 };
 
-/// Reads `files`, in which "-" is standard input.
-Input read_files(std::vector<std::string> const& files, LineSink const& sink);
+/// Walks through the tree at `root`, and enters in `input` what could not be read.
+using TreeReader = std::function<void(std::string const& root, Input& input)>;
 
-/// Reads the package manager's lists of installed files; where there are none, the names of all files under /usr.
-Input read_machine(LineSink const& sink);
+/// Reads `files`, in which "-" is standard input, and what is a directory, or a link to one, goes to `read_tree`.
+Input read_files(std::vector<std::string> const& files, LineSink const& sink, TreeReader const& read_tree);
 
-/// Takes the paths of all files and directories under `root` as lines. They have no line ends. Links are not followed.
-Input read_tree(std::string const& root, LineSink const& sink);
+/// Reads the package manager's lists of installed files; where there are none, the tree at /usr.
+Input read_machine(LineSink const& sink, TreeReader const& read_tree);
 
 } // namespace catalog

@@ -6,15 +6,20 @@ namespace catalog
 {
 
 char const* const usage =
-    R"(usage: catalog [--json] [--watch SECONDS] [FILE...]
+    R"(usage: catalog [--json] [--urls] [--watch SECONDS] [FILE|DIR...]
 
 Reads names, one a line, UTF-8, splits them into path components at each "/", pools every component and tells what
 it has found: how many there are, how many are distinct, exactly and ignoring case, and what the string pool takes.
+Of a directory it walks through the tree, pools the name of each entry, and tells as well what is in the tree: how
+much there is, the largest and the most recently modified files, the deepest path, and what makes trouble elsewhere:
+names in one directory that differ only by case, names that are no UTF-8, and directories that cannot be read.
 
   FILE        a file of names; "-" reads standard input
+  DIR         a directory; links in it are not followed. Its name is not counted.
   (no FILE)   the files installed on this machine: /var/lib/dpkg/info/*.list where that exists, else the tree under
               /usr. Standard input is not read then, even if it is a pipe.
   --json      the report as JSON
+  --urls      paths in trees as file: URLs, in JSON beside the path
   --watch SECONDS
               after the report, let all names go and watch for so long at most how the library collects them in the
               background, which takes half a minute. 45 unless told otherwise, 0 for --json; 0 ends with the report.
@@ -22,10 +27,11 @@ it has found: how many there are, how many are distinct, exactly and ignoring ca
   --          what follows are files, even if it begins with "-"
 
 A line that is no UTF-8, or has a NUL byte, is refused: it is counted, and the first ones are shown with the bytes
-outside printable ASCII as \xNN. A carriage return before the line end belongs to the line end.
+outside printable ASCII as \xNN. A carriage return before the line end belongs to the line end. A path in a tree that
+is no UTF-8 is shown in the same way, and in JSON it is marked as "escaped".
 
-Exit status: 0 for success, 1 if the report could not be made or written, 2 for wrong arguments and for files that
-could not be read; the other files are read and reported all the same.
+Exit status: 0 for success, 1 if the report could not be made or written, 2 for wrong arguments and for files and
+directories that could not be read; the others are read and reported all the same.
 )";
 
 namespace
@@ -58,6 +64,8 @@ Options parse_options(int count, char const* const* arguments)
             only_files = true;
         else if (argument == "--json")
             options.json = true;
+        else if (argument == "--urls")
+            options.urls = true;
         else if (argument == "--watch")
         {
             watch_is_told = true;

@@ -23,6 +23,13 @@ bool Progress::is_due()
     return true;
 }
 
+bool Progress::is_due_after_many_calls()
+{
+    constexpr unsigned long calls_between_looks_at_the_clock = 256;
+
+    return m_terminal && m_calls++ % calls_between_looks_at_the_clock == 0 && is_due();
+}
+
 // What was there before may have been longer.
 void Progress::show(std::string const& text)
 {
@@ -34,10 +41,14 @@ void Progress::show(std::string const& text)
 
 void Progress::update(unsigned long lines, unsigned long components)
 {
-    constexpr unsigned long calls_between_looks_at_the_clock = 256;
-
-    if (m_terminal && m_calls++ % calls_between_looks_at_the_clock == 0 && is_due())
+    if (is_due_after_many_calls())
         show(grouped(lines) + " lines, " + grouped(components) + " components");
+}
+
+void Progress::update_walk(unsigned long entries, unsigned long directories_read)
+{
+    if (is_due_after_many_calls())
+        show(grouped(entries) + " entries, " + grouped(directories_read) + " directories read");
 }
 
 void Progress::update_collection(unsigned long bytes_left, unsigned long seconds)

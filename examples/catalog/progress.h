@@ -19,6 +19,9 @@ public:
     /// Shows the numbers reached, ten times a second at most. Call it for each line.
     void update(unsigned long lines, unsigned long components);
 
+    /// Shows how far a walk through a tree is, ten times a second at most. Call it for each entry.
+    void update_walk(unsigned long entries, unsigned long directories_read);
+
     /// Shows how much of the collected names is left, ten times a second at most.
     void update_collection(unsigned long bytes_left, unsigned long seconds);
 
@@ -27,6 +30,7 @@ public:
 
 private:
     bool is_due();
+    bool is_due_after_many_calls();
     void show(std::string const& text);
 
     bool m_terminal;

@@ -1,5 +1,7 @@
 #include "report.h"
 
+#include "json.h"
+#include "tree_report.h"
 #include "utf8.h"
 
 #include <cstdio>
@@ -11,22 +13,6 @@ namespace
 {
 
 constexpr unsigned long characters_shown = 1000;
-
-// "key": value, for a value that is a number or ready-made JSON.
-std::string member(char const* key, std::string const& value)
-{
-    return "\"" + std::string(key) + "\": " + value;
-}
-
-std::string member(char const* key, unsigned long value)
-{
-    return member(key, std::to_string(value));
-}
-
-std::string member(char const* key, bool value)
-{
-    return member(key, std::string(value ? "true" : "false"));
-}
 
 std::string name_object(Name const* name)
 {
@@ -40,16 +26,6 @@ std::string refused_object(RefusedLine const& line)
     return "{" + member("source", json_string(escaped(line.source))) + ", " + member("line", line.number) + ", " +
            member("bytes", line.bytes) + ", " + member("text", json_string(escaped(line.beginning))) + ", " +
            member("cut", line.cut) + "}";
-}
-
-// An array of what `object` makes of each item, one to a line.
-template <class Item, class Object>
-std::string array(std::vector<Item> const& items, Object object)
-{
-    std::string text = "[";
-    for (Item const& item : items)
-        text += (text.size() == 1 ? "\n    " : ",\n    ") + object(item);
-    return text + "]";
 }
 
 std::string spellings_array(std::vector<Name const*> const& spellings)
@@ -77,12 +53,12 @@ std::string pool_object(Summary const& summary)
 
 } // namespace
 
-std::string json_report(Input const& input, Summary const& summary)
+std::string json_report(Input const& input, std::vector<Tree> const& trees, Summary const& summary, bool urls)
 {
     Totals const& totals = summary.totals;
     std::string const separator = ",\n  ";
     return "{\n  " + member("title", json_string(input.title)) + separator + member("files_read", input.files_read) +
-           separator + member("files_unreadable", input.problems.size()) + separator + member("lines", totals.lines) +
+           separator + member("files_unreadable", input.files_unreadable) + separator + member("lines", totals.lines) +
            separator + member("bytes", totals.bytes) + separator + member("components", totals.components) + separator +
            member("distinct", summary.distinct) + separator +
            member("distinct_ignoring_case", summary.distinct_ignoring_case) + separator +
@@ -92,6 +68,7 @@ std::string json_report(Input const& input, Summary const& summary)
            member("spellings", array(summary.spellings, spellings_array)) + separator +
            member("longest", array(summary.longest, name_object)) + separator +
            member("most_frequent", array(summary.most_frequent, name_object)) + separator +
+           member("trees", array(trees, [urls](Tree const& tree) { return json_report(tree, urls); })) + separator +
            member("pool", pool_object(summary)) + separator;
 }
 

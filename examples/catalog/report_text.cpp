@@ -1,9 +1,9 @@
 #include "report.h"
 
+#include "layout.h"
 #include "numbers.h"
+#include "tree_report.h"
 #include "utf8.h"
-
-#include <cstdio>
 
 namespace catalog
 {
@@ -13,24 +13,6 @@ namespace
 
 constexpr unsigned long characters_shown = 90;
 constexpr unsigned long spellings_shown = 6;
-
-std::string right_aligned(std::string const& text)
-{
-    constexpr std::size_t width = 15;
-    return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
-}
-
-std::string row(char const* label, std::string const& value)
-{
-    char line[64];
-    std::snprintf(line, sizeof line, "  %-30s", label);
-    return line + right_aligned(value) + "\n";
-}
-
-std::string row(char const* label, unsigned long value)
-{
-    return row(label, grouped(value));
-}
 
 std::string refused_lines(Totals const& totals)
 {
@@ -104,21 +86,24 @@ std::string pool(Summary const& summary)
 
 } // namespace
 
-std::string text_report(Input const& input, Summary const& summary)
+std::string text_report(Input const& input, std::vector<Tree> const& trees, Summary const& summary, bool urls)
 {
     Totals const& totals = summary.totals;
+    bool const only_trees = totals.lines == 0 && !trees.empty();
     std::string text = "Catalogue of " + input.title + "\n\n";
-    text += row("lines", totals.lines);
-    text += row("bytes", totals.bytes);
+    if (!only_trees)
+        text += row("lines", totals.lines) + row("bytes", totals.bytes);
     text += row("components", totals.components);
     text += row("distinct", summary.distinct);
     text += row("distinct ignoring case", summary.distinct_ignoring_case);
-    text += row("refused lines", totals.refused_lines);
-    text += row("bytes in refused lines", totals.refused_bytes);
+    if (!only_trees)
+        text += row("refused lines", totals.refused_lines) + row("bytes in refused lines", totals.refused_bytes);
     text += refused_lines(totals);
     text += spellings(summary);
     text += longest(summary);
     text += most_frequent(summary);
+    for (Tree const& tree : trees)
+        text += text_report(tree, urls);
     text += pool(summary);
     return text;
 }

@@ -38,6 +38,38 @@ std::string_view beginning(ORVA::String::CPPoolString const& name, unsigned long
     return {reinterpret_cast<char const*>(view), static_cast<unsigned long>(end - view)};
 }
 
+// Valid UTF-8 with what would control the terminal as \xNN.
+std::string printable(std::string_view bytes)
+{
+    std::string text;
+    unsigned char const* next = bytes_of(bytes);
+    unsigned char const* const end = next + bytes.size();
+    while (next != end)
+    {
+        unsigned char const* byte = next;
+        unsigned int character;
+        ORVA::String::utf8_nqfW32(&character, next);
+        if (character == '\\')
+            text += '\\';
+        for (; byte != next; ++byte)
+        {
+            if (controls_the_terminal(character))
+                append_hexadecimal(text, *byte);
+            else
+                text += static_cast<char>(*byte);
+        }
+    }
+    return text;
+}
+
+// The nearest place, from `place` on, at which no character is cut.
+std::size_t whole_characters(std::string_view utf8, std::size_t place)
+{
+    while (place < utf8.size() && (bytes_of(utf8)[place] & 0xC0) == 0x80)
+        ++place;
+    return place;
+}
+
 } // namespace
 
 bool is_utf8(std::string_view bytes)
@@ -78,26 +110,22 @@ std::string escaped(std::string_view bytes)
 
 std::string shown(ORVA::String::CPPoolString const& name, unsigned long limit)
 {
-    std::string text;
-    std::string_view const bytes = beginning(name, limit);
-    unsigned char const* next = bytes_of(bytes);
-    unsigned char const* const end = next + bytes.size();
-    while (next != end)
-    {
-        unsigned char const* byte = next;
-        unsigned int character;
-        ORVA::String::utf8_nqfW32(&character, next);
-        if (character == '\\')
-            text += '\\';
-        for (; byte != next; ++byte)
-        {
-            if (controls_the_terminal(character))
-                append_hexadecimal(text, *byte);
-            else
-                text += static_cast<char>(*byte);
-        }
-    }
+    std::string const text = printable(beginning(name, limit));
     return name.len() > limit ? text + "..." : text;
+}
+
+std::string shown_path(std::string_view path)
+{
+    constexpr std::size_t most = 240;
+    constexpr std::size_t at_each_end = 118;
+
+    bool const valid = is_utf8(path);
+    auto const show = [valid](std::string_view part) { return valid ? printable(part) : escaped(part); };
+    if (path.size() <= most)
+        return show(path);
+    std::size_t const start = valid ? whole_characters(path, at_each_end) : at_each_end;
+    std::size_t const end = valid ? whole_characters(path, path.size() - at_each_end) : path.size() - at_each_end;
+    return show(path.substr(0, start)) + "..." + show(path.substr(end));
 }
 
 std::string json_string(std::string_view text)

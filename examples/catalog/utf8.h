@@ -24,6 +24,10 @@ std::string escaped(std::string_view bytes);
 /// longer name the first `limit` characters and "...".
 std::string shown(ORVA::String::CPPoolString const& name, unsigned long limit);
 
+/// A path for the terminal: as `shown` if it is UTF-8, otherwise as `escaped`. Of one of more than 240 bytes its
+/// beginning, "..." and its end.
+std::string shown_path(std::string_view path);
+
 /// Valid UTF-8 as a JSON string, with its quotes.
 std::string json_string(std::string_view text);
 
