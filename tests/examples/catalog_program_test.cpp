@@ -1,6 +1,7 @@
 // The catalog example as a program: arguments, files, exit status, terminals and pipes.
 
 #include "catalog_test.h"
+#include "terminal.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -182,23 +183,25 @@ TEST_F(CatalogProgram, TellsWhenTheReportCannotBeWritten)
 
 TEST_F(CatalogProgram, ShowsProgressOnATerminalAndWipesItOut)
 {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    Terminal const terminal;
+    if (terminal.end() < 0)
         GTEST_SKIP() << "there are no pseudo-terminals here";
-    int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(end, 0);
-    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", "-"}, "a/b/c\n", -1, end);
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", "-"}, "a/b/c\n", -1, terminal.end());
     EXPECT_EQ(done.status, 0);
-
-    char seen[4096] = "";
-    ASSERT_EQ(fcntl(terminal, F_SETFL, O_NONBLOCK), 0);
-    ssize_t const size = read(terminal, seen, sizeof seen - 1);
-    close(end);
-    close(terminal);
-    ASSERT_GT(size, 0);
-    EXPECT_EQ(std::string(seen, static_cast<std::size_t>(size)),
-              "\r1 lines, 3 components\r" + std::string(79, ' ') + "\r");
+    EXPECT_EQ(terminal.seen(), "\r1 lines, 3 components" + wiped_out);
     EXPECT_EQ(JsonReader(done.out).read()["lines"].number(), 1U);
+}
+
+TEST_F(CatalogProgram, ShowsTheCollectionOnATerminalAndWipesItOut)
+{
+    Terminal const terminal;
+    if (terminal.end() < 0)
+        GTEST_SKIP() << "there are no pseudo-terminals here";
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", "--watch", "1", "-"}, "a/b/c\n", -1, terminal.end());
+    EXPECT_EQ(done.status, 0);
+    std::string const seen = terminal.seen();
+    EXPECT_NE(seen.find("\rnames let go; after 0 s the pool holds 192 bytes" + wiped_out), std::string::npos) << seen;
+    EXPECT_EQ(seen.substr(seen.size() - wiped_out.size()), wiped_out);
 }
 
 } // namespace examples

@@ -1,6 +1,7 @@
 // The catalog example as a program with directories: arguments, what cannot be read, terminals.
 
 #include "catalog_tree.h"
+#include "terminal.h"
 
 #include <cstdlib>
 #include <unistd.h>
@@ -212,23 +213,13 @@ TEST_F(CatalogTreesProgram, LetsTheNamesOfATreeGo)
 
 TEST_F(CatalogTreesProgram, ShowsProgressOnATerminalAndWipesItOut)
 {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    Terminal const terminal;
+    if (terminal.end() < 0)
         GTEST_SKIP() << "there are no pseudo-terminals here";
-    int const end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(end, 0);
     file("file");
-    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", root}, "", -1, end);
+    Outcome const done = work.run_with({CATALOG_PROGRAM, "--json", root}, "", -1, terminal.end());
     EXPECT_EQ(done.status, 0);
-
-    char seen[4096] = "";
-    ASSERT_EQ(fcntl(terminal, F_SETFL, O_NONBLOCK), 0);
-    ssize_t const size = read(terminal, seen, sizeof seen - 1);
-    close(end);
-    close(terminal);
-    ASSERT_GT(size, 0);
-    EXPECT_EQ(std::string(seen, static_cast<std::size_t>(size)),
-              "\r1 entries, 0 directories read\r" + std::string(79, ' ') + "\r");
+    EXPECT_EQ(terminal.seen(), "\r1 entries, 0 directories read" + wiped_out);
     EXPECT_EQ(JsonReader(done.out).read()["trees"][0]["entries"].number(), 1U);
 }
 

@@ -147,6 +147,21 @@ TEST_F(ListChanges, a_service_may_empty_the_list)
     EXPECT_EQ(before.lockcnt() + block.lockcnt() + after.lockcnt(), 3U);
 }
 
+TEST_F(ListChanges, the_whole_list_may_be_dropped_while_a_service_is_asked)
+{
+    for (auto const moment : moments)
+    {
+        Block const best = due(9);
+        Block const block = due();
+        Block const after = due();
+        ((*block).*moment) = [] { AppExit(); };
+        EXPECT_FALSE(_selectService());
+        EXPECT_EQ(listed(), 0U);
+        EXPECT_EQ(after->asked_for_time, 0U);
+        EXPECT_EQ(best.lockcnt() + block.lockcnt() + after.lockcnt(), 3U);
+    }
+}
+
 TEST_F(ListChanges, a_service_that_was_best_and_is_taken_off_is_not_chosen)
 {
     Block const best = due(9);

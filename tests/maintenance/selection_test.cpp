@@ -220,6 +220,10 @@ TEST_F(Selection, looks_at_bit_0_of_the_flags_alone)
     entry_of(block)->flags = 0xFFFFFFFE;
     EXPECT_EQ(_getTimeout(), clock.now());
     EXPECT_EQ(choose(), block);
+    entry_of(block)->flags = 4;
+    block->on_time = thrower();
+    EXPECT_EQ(_getTimeout(), never);
+    EXPECT_EQ(entry_of(block)->flags, 4U | MRInfo::disabled);
 }
 
 TEST_F(Selection, reads_the_clock_once)

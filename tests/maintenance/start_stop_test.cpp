@@ -195,6 +195,19 @@ TEST_F(StartStop, drops_services_that_use_the_scheduler_as_they_go)
     EXPECT_EQ(list(), std::vector<CPObjectMemory>{survivor});
 }
 
+TEST_F(StartStop, drops_services_with_no_lock_held)
+{
+    bool free_then = false;
+    {
+        Block const block = service(never);
+        block->on_end = [&free_then]
+        { free_then = events::Background<bool>([] { return listed() == 0 && !IsActive(); }).result(); };
+        Register(block);
+    }
+    AppExit();
+    EXPECT_TRUE(free_then);
+}
+
 TEST_F(StartStop, lets_a_service_see_that_the_thread_is_active)
 {
     std::atomic<bool> active{false};

@@ -266,6 +266,31 @@ TEST(SharedMTRandomThreads, DrawInterruptedForAWholeBlockDoesNotGiveTheOldWord)
     EXPECT_EQ(shared.rnd(), reference::temper(twin.next_word())) << "the next one";
 }
 
+// While the next block is being made, the index already stands in the active one, so that others can draw.
+TEST(SharedMTRandomThreads, BlockIsOpenWhileTheNextOneIsBeingMade)
+{
+    SharedLook shared;
+    std::atomic<bool> seen{false};
+    std::atomic<bool> over{false};
+    auto drawing = std::async(std::launch::async,
+                              [&]
+                              {
+                                  while (!seen && !over)
+                                      shared.rnd();
+                              });
+    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!seen && std::chrono::steady_clock::now() < end)
+    {
+        // The one thread that draws is the one that makes the block: its index then stands still at the first draw.
+        unsigned long const before = ORVA::Core::load_acquire(shared.m_index);
+        bool const making = shared.m_spare.load() == nullptr;
+        seen = making && (before & 0xFFFFFFFFU) == 1 && ORVA::Core::load_acquire(shared.m_index) == before;
+    }
+    over = true;
+    EXPECT_EQ(drawing.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+    EXPECT_TRUE(seen);
+}
+
 // The first draw of a block by one thread at a time, so that each of them changes blocks.
 TEST(SharedMTRandomThreads, AnyThreadMayChangeTheBlocks)
 {

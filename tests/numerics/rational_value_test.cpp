@@ -35,6 +35,35 @@ TEST_F(Rational, RangeIs2ToThe30thLess1)
     EXPECT_EQ(gs_maxRep, 0x3FFFFFFF);
 }
 
+TEST_F(Rational, EveryTestOfTheRangeReadsIt)
+{
+    struct Range
+    {
+        explicit Range(int range) : before(gs_maxRep) { gs_maxRep = range; }
+        ~Range() { gs_maxRep = before; }
+        int const before;
+    } const range(10);
+    EXPECT_TRUE(is(CRational(10), 10, 1));
+    EXPECT_TRUE(is(CRational(11), 1, 0));
+    expect_report(547);
+    EXPECT_TRUE(is(CRational(10, 9), 10, 9));
+    EXPECT_TRUE(is(CRational(11, 9), 1, 0));
+    expect_report(523);
+    EXPECT_TRUE(is(CRational(4) + CRational(6), 10, 1));
+    EXPECT_TRUE(is(CRational(4) + CRational(7), 1, 0));
+    expect_report(248);
+    EXPECT_TRUE(is(CRational(2) * CRational(5), 10, 1));
+    EXPECT_TRUE(is(CRational(2) * CRational(6), 1, 0));
+    expect_report(292);
+    CRational nearest;
+    EXPECT_TRUE(nearest.fassign(10.0, 3));
+    EXPECT_TRUE(is(nearest, 10, 1));
+    EXPECT_FALSE(nearest.fassign(10.25, 3));
+    EXPECT_TRUE(is(nearest, 1, 0));
+    EXPECT_TRUE(nearest.fassign(1.0 / 16.0, 100));
+    EXPECT_TRUE(is(nearest, 1, 100)) << "the term 16 ends the expansion, and the last step goes to the limit";
+}
+
 TEST_F(Rational, HoldsNumeratorAndThenDenominator)
 {
     int components[2] = {};

@@ -46,6 +46,24 @@ void leave_garbage_for(unsigned long length)
         std::free(block);
 }
 
+// Reads a field of `object` where it is laid out.
+template <class Field, class Object>
+Field field_at(Object const& object, unsigned long offset)
+{
+    Field field;
+    std::memcpy(&field, reinterpret_cast<unsigned char const*>(&object) + offset, sizeof field);
+    return field;
+}
+
+// The place in the table of virtual functions, which is what a pointer to such a function holds besides a mark.
+template <class Member>
+unsigned long slot_of(Member member)
+{
+    unsigned long word = 0;
+    std::memcpy(&word, &member, sizeof word);
+    return (word & ~1UL) / sizeof(void*);
+}
+
 _cppoolstring pooled_slice(std::wstring const& text)
 {
     leave_garbage_for(text.size());
@@ -65,6 +83,30 @@ TEST(Submitters, ConvertToTheInterface)
     CSubStringSubmitter slice(L"12345678", 8);
     IStringSubmitter* const of_slice = slice;
     EXPECT_EQ(of_slice->GetStringLen(), 8U);
+}
+
+TEST(Submitters, InterfaceIsLengthAndTextInThisOrder)
+{
+    EXPECT_EQ(slot_of(&IStringSubmitter::GetStringLen), 0U);
+    EXPECT_EQ(slot_of(&IStringSubmitter::GetString), 1U);
+    EXPECT_EQ(slot_of(&CStringArraySubmitter::GetString), 1U);
+    EXPECT_EQ(slot_of(&CSubStringSubmitter::GetString), 1U);
+    EXPECT_EQ(sizeof(IStringSubmitter), sizeof(void*));
+}
+
+TEST(Submitters, FieldsStandInOrderBehindTheTableOfFunctions)
+{
+    Strings const items = {L"a", L"b"};
+    CStringArraySubmitter const array(items.data(), 2, L'\x20AC');
+    EXPECT_EQ(field_at<CPPoolString const*>(array, 8), items.data());
+    EXPECT_EQ(field_at<unsigned long>(array, 16), 2U);
+    EXPECT_EQ(field_at<wchar_t>(array, 24), L'\x20AC');
+    EXPECT_EQ(sizeof array, 32U);
+    wchar_t const text[] = L"12345678";
+    CSubStringSubmitter const slice(text + 1, 7);
+    EXPECT_EQ(field_at<wchar_t const*>(slice, 8), text + 1);
+    EXPECT_EQ(field_at<unsigned long>(slice, 16), 7U);
+    EXPECT_EQ(sizeof slice, 24U);
 }
 
 TEST(ArraySubmitter, LengthIsThatOfTheTextsAndTheSeparatorsBetween)

@@ -145,6 +145,25 @@ TYPED_TEST(Encoders, PositionIsBehindTheInputOnceItIsUsedUp)
     }
 }
 
+TYPED_TEST(Encoders, HoldsTextThenInputThenCount)
+{
+    struct Look : TypeParam::Encoder
+    {
+        using TypeParam::Encoder::Encoder;
+        static unsigned long place(Look const& look, void const* member)
+        {
+            return static_cast<unsigned long>(static_cast<char const*>(member) - reinterpret_cast<char const*>(&look));
+        }
+        void expect_layout() const
+        {
+            EXPECT_EQ(place(*this, &this->m_text), sizeof(void*));
+            EXPECT_EQ(place(*this, &this->m_input), 2 * sizeof(void*));
+            EXPECT_EQ(place(*this, &this->m_count), 3 * sizeof(void*));
+        }
+    };
+    Look("x", 1).expect_layout();
+}
+
 TYPED_TEST(Encoders, LengthIsAnUpperBoundOfTheInputThatIsLeft)
 {
     for (unsigned long size = 0; size < 60; ++size)
@@ -171,6 +190,22 @@ TYPED_TEST(Encoders, WithoutMemoryTheTextIsNullAndTheInputIsLeft)
     EXPECT_EQ(std::wstring(buffer.data()), plain::encoded(this->form, bytes));
     EXPECT_EQ(encoder.GetStringLen(), 5U);
     EXPECT_TRUE(CPPoolString(encoder).isnull());
+}
+
+TYPED_TEST(Encoders, AnySingleAllocationMayFail)
+{
+    Bytes bytes(40, 0x2D);
+    unsigned long const allocations = support::for_each_allocation(
+        AllocationFailure::once,
+        [&](unsigned long nth)
+        {
+            bytes[0] = static_cast<unsigned char>(nth);
+            CPPoolString const text = typename TypeParam::Encoder(bytes.data(), bytes.size());
+            EXPECT_TRUE(nth != 1 || text.isnull()) << "the record itself";
+            EXPECT_TRUE(text.isnull() || text_of(text) == plain::encoded(this->form, bytes)) << nth;
+        });
+    EXPECT_GE(allocations, 1U);
+    EXPECT_EQ(encode<TypeParam>(bytes), plain::encoded(this->form, bytes));
 }
 
 TYPED_TEST(Encoders, ACopyHasTheText)

@@ -61,13 +61,15 @@ ORVA_API bool AppInit();
 /// Stops the thread and drops all services, these also if no thread runs.
 ///
 /// The service that runs at this moment is waited for up to 20 seconds. After that the thread is interrupted, and
-/// abandoned if 5 more seconds do not end it: it then goes on to the end of the service's pass, and chooses no other. The
-/// service stays the running one for `Unregister`, and a thread may be started anew.
+/// abandoned if 5 more seconds do not end it: it then goes on to the end of the service's pass, and chooses no other. A
+/// thread may be started anew; until that one chooses a service, the other stays the running one for `Unregister`.
 ///
-/// A process that ends without this call interrupts the thread and gives it 5 seconds.
+/// A process that ends without this call tells the thread to stop, interrupts it, gives it 5 seconds, and drops all
+/// services.
 ORVA_API void AppExit();
 
-/// True from `AppInit` to the end of the thread in `AppExit`.
+/// True from `AppInit` to the end of the thread in `AppExit`, and also if the heap was exhausted when the thread was to
+/// wait for the first time, which ends it.
 ORVA_API bool IsActive();
 
 } // namespace ORVA::Maintenance

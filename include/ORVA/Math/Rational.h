@@ -1,8 +1,8 @@
 /// @file
 /// Exact fractions of two 32-bit integers.
 ///
-/// Results stay exact or say that they could not: a component above `gs_maxRep` is reported to the log, and the result is
-/// the value 1/0, which `isNormal()` tells. Nothing throws. A failure survives a chain of operations, **save as a divisor**:
+/// Results stay exact or say that they could not: a component above `gs_maxRep` is reported to the log, at level 16
+/// (`_nqfDebugNotice`), and the result is the value 1/0, which `isNormal()` tells. Nothing throws. A failure survives a chain of operations, **save as a divisor**:
 /// what is divided by 1/0 is 0/1. Ask before a division, and at the end.
 ///
 /// | state | numerator | denominator | comes from |

@@ -10,7 +10,8 @@
 ///
 /// Neither gives back everything that it is given:
 /// - **A length that is a multiple of the group's bytes cannot be decoded**: its header is one that the decoder refuses.
-///   That includes a length of 0.
+///   That includes a length of 0. Append a byte, or two where one would make such a multiple, and let the last say how
+///   many.
 /// - **In C3F the second byte of a group comes back with its upper half all ones if its lower half is 14 or 15.** Its
 ///   second character, too, is then below 33.
 ///

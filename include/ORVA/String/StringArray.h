@@ -2,7 +2,7 @@
 /// A vector of pooled strings that can be kept sorted.
 ///
 /// Ownership: the array is a handle on a block of strings. A copy is a second handle on the same block, not a snapshot: a
-/// write through one is seen through the other until one of them has to grow.
+/// write through one is seen through the other until one of them has to grow; `clone()` makes a private one.
 /// Thread-safety: none; one thread at a time for all arrays that share a block.
 #pragma once
 
@@ -90,7 +90,8 @@ public:
     /// Empties the array, splits `text` at each `separator`, and adds the pieces.
     ///
     /// **A piece of n characters is added as a `CSubStringSubmitter` gives it, n bytes long**: "Hello,world" splits into
-    /// "He" and "wo". Only pieces of one character below U+0100 arrive whole.
+    /// "He" and "wo". Only pieces of one character below U+0100 arrive whole. To split a text as it is, add
+    /// `CStringPool::GetStringRefn` of each piece, and `CPPoolString::pempty` for those of no length.
     ///
     /// An empty piece is added as the null string; behind a separator at the end there is none. Nothing is added for the
     /// null string and the empty string, with result 1. 0 if the heap is exhausted: the array then has the pieces

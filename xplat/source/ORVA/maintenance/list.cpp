@@ -51,7 +51,7 @@ bool append_service(Service const& service)
     return g_cpMRList.Insert(entry, g_cpMRList.GetCount()) != 0;
 }
 
-bool remove_service(Buffers::CPObjectMemory const& block)
+bool remove_service(Buffers::CPObjectMemory const& block) noexcept
 {
     unsigned long const place = place_of(block);
     if (!g_cpMRList.Delete(place, true))

@@ -29,8 +29,9 @@ void disable_service(Buffers::CPObjectMemory const& block);
 // Appends a service. False if the heap is exhausted.
 bool append_service(Service const& service);
 
-// Takes the entry of a service out and closes the gap. False if it is not listed.
-bool remove_service(Buffers::CPObjectMemory const& block);
+// Takes the entry of a service out and closes the gap. False if it is not listed. The caller holds a reference to the
+// service: none of its code may run while the list is in the middle of a change.
+bool remove_service(Buffers::CPObjectMemory const& block) noexcept;
 
 // What a service answers when it is asked.
 struct Wish

@@ -36,18 +36,6 @@ Registered add_to_list(Service const& service)
     }
 }
 
-bool take_off_list(Service const& service)
-{
-    try
-    {
-        return remove_service(service);
-    }
-    catch (...)
-    {
-        return false;
-    }
-}
-
 // False if the service still runs when the time is over.
 bool wait_for_the_run(Service const& service, unsigned int milliseconds)
 {
@@ -82,7 +70,7 @@ bool Unregister(Buffers::CPObjectMemory const& block, unsigned int milliseconds)
     {
         ListLock const lock;
         if (!is_pending(service))
-            return take_off_list(service);
+            return remove_service(service);
         disable_service(service);
     }
     if (!wait_for_the_run(service, milliseconds))
@@ -92,7 +80,7 @@ bool Unregister(Buffers::CPObjectMemory const& block, unsigned int milliseconds)
         return false;
     }
     ListLock const lock;
-    return take_off_list(service);
+    return remove_service(service);
 }
 
 } // namespace ORVA::Maintenance

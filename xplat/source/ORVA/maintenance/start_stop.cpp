@@ -47,7 +47,7 @@ void renew_if_empty(CPEvent& event)
         renew(event);
 }
 
-// The thread handle is locked while a thread is started, so that who asks on the new thread finds it.
+// The handle is filled before the thread begins, so that who looks at it there finds it; others may look at it meanwhile.
 bool start_thread(Threading::CPThreadContext<CMaintenanceThread>& context)
 {
     HandleLock const lock;
