@@ -42,10 +42,11 @@ void before_lock(pthread_mutex_t* mutex)
 
 } // namespace
 
-// Under a thread sanitizer that is part of the program the system's function alone would be hidden from it.
+// Under a thread sanitizer that is part of the program the system's function alone would be hidden from it; and the
+// libraries have to come here too, or it sees them unlock what it never saw them lock.
 extern "C" int __interceptor_pthread_mutex_lock(pthread_mutex_t* mutex) __attribute__((weak));
 
-extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
 {
     using Function = int(pthread_mutex_t*);
     static Function* const next = __interceptor_pthread_mutex_lock != nullptr
