@@ -1,9 +1,12 @@
-// One draw of each generator, beside the standard library's of the same family, which is set under a lock where several
-// threads share it. Then the making of a block, beside that of the standard library, of which there is one in 624 draws.
+// One draw of each generator, beside those of the same family of the standard library and of Boost; the former is set
+// under a lock where several threads share it. Then the making of a block, beside that of the standard library, of which
+// there is one in 624 draws.
 #include "ORVA/Develop.h"
 #include "ORVA/Math.h"
 
 #include <benchmark/benchmark.h>
+
+#include <boost/random/mersenne_twister.hpp>
 
 #include <mutex>
 #include <random>
@@ -32,6 +35,12 @@ struct OwnStd
 {
     std::mt19937 random{static_cast<unsigned int>(_steady_clock_now())};
     unsigned int draw() { return static_cast<unsigned int>(random()); }
+};
+
+struct OwnBoost
+{
+    boost::random::mt19937 random{static_cast<unsigned int>(_steady_clock_now())};
+    unsigned int draw() { return random(); }
 };
 
 struct OwnMono
@@ -110,12 +119,13 @@ void block_std(benchmark::State& state)
 
 BENCHMARK_TEMPLATE(draw, Own);
 BENCHMARK_TEMPLATE(draw, OwnStd);
+BENCHMARK_TEMPLATE(draw, OwnBoost);
 BENCHMARK_TEMPLATE(draw, OwnMono);
 BENCHMARK_TEMPLATE(draw, OwnStdLinear);
 
-BENCHMARK_TEMPLATE(draw, Shared)->Threads(1)->Threads(2)->UseRealTime();
-BENCHMARK_TEMPLATE(draw, Process)->Threads(1)->Threads(2)->UseRealTime();
-BENCHMARK_TEMPLATE(draw, SharedStd)->Threads(1)->Threads(2)->UseRealTime();
+BENCHMARK_TEMPLATE(draw, Shared)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+BENCHMARK_TEMPLATE(draw, Process)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+BENCHMARK_TEMPLATE(draw, SharedStd)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
 
 BENCHMARK(block);
 BENCHMARK(block_shared);

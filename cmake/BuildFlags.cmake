@@ -12,7 +12,9 @@ function(orva_private_flags target)
     target_compile_features(${target} PRIVATE cxx_std_17)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
-        $<$<BOOL:${ORVA_WARNINGS_AS_ERRORS}>:-Werror>)
+        $<$<BOOL:${ORVA_WARNINGS_AS_ERRORS}>:-Werror>
+        # Calls within the library need no detour through the dynamic linker; clang does so by itself.
+        $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden

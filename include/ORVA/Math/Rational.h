@@ -112,7 +112,10 @@ public:
     /// @{
     bool operator<(CRational const& other) const;
     bool operator>(CRational const& other) const;
-    bool operator==(CRational const& other) const noexcept;
+    bool operator==(CRational const& other) const noexcept
+    {
+        return m_numerator == other.m_numerator && m_denominator == other.m_denominator;
+    }
     bool operator<=(CRational const& other) const { return *this < other || *this == other; }
     bool operator>=(CRational const& other) const { return *this > other || *this == other; }
     /// @}

@@ -60,6 +60,89 @@ Integer greatest_common_divisor(Integer a, Integer b)
     return b;
 }
 
+// The greatest common divisor of two sizes, by subtractions and shifts. Nothing but the end of the loop is a branch:
+// which of two numbers is the smaller cannot be foretold.
+unsigned int common_size(unsigned int first, unsigned int second)
+{
+    if (first == 0 || second == 0)
+        return first | second;
+    int const shift = __builtin_ctz(first | second);
+    long long a = first >> __builtin_ctz(first);
+    long long b = second >> __builtin_ctz(second);
+    while (long long const difference = a - b)
+    {
+        long long const below = difference >> 63; // all ones if a is the smaller one
+        b += difference & below;
+        a = ((difference ^ below) - below) >> __builtin_ctzll(static_cast<unsigned long long>(difference));
+    }
+    return static_cast<unsigned int>(b) << shift;
+}
+
+// As `greatest_common_divisor`, for sizes of up to 2147483648. With two signs its own sign depends on the number of
+// divisions, so they have to be made.
+long long divisor(long long a, long long b)
+{
+    auto size_a = static_cast<unsigned int>(size_of(a));
+    auto size_b = static_cast<unsigned int>(size_of(b));
+    if ((a < 0) == (b < 0))
+    {
+        long long const size = common_size(size_a, size_b);
+        return a < 0 ? -size : size;
+    }
+    while (size_a != 0)
+    {
+        size_b %= size_a;
+        if (size_b == 0)
+            return a < 0 ? -static_cast<long long>(size_a) : size_a;
+        size_a %= size_b;
+    }
+    return b < 0 ? -static_cast<long long>(size_b) : size_b;
+}
+
+// One of two divisions that go on side by side.
+struct Division
+{
+    unsigned int dividend;
+    unsigned int divisor;
+    unsigned int steps = 0;
+
+    Division(long long a, long long b)
+        : dividend(static_cast<unsigned int>(size_of(b))), divisor(static_cast<unsigned int>(size_of(a)))
+    {
+    }
+
+    // The next remainder; nothing once it is 0.
+    void step()
+    {
+        bool const goes_on = divisor != 0;
+        unsigned int const rest = dividend % (divisor + !goes_on);
+        dividend = goes_on ? divisor : dividend;
+        divisor = rest;
+        steps += goes_on;
+    }
+};
+
+// The product of the two divisors that a product of fractions is reduced by.
+long long product_of_divisors(Fraction a, Fraction b)
+{
+    if ((a.num | b.num | a.den | b.den) >= 0)
+        return static_cast<long long>(common_size(static_cast<unsigned int>(a.num), static_cast<unsigned int>(b.den))) *
+               common_size(static_cast<unsigned int>(b.num), static_cast<unsigned int>(a.den));
+    Division first(a.num, b.den);
+    Division second(b.num, a.den);
+    while ((first.divisor | second.divisor) > 1)
+    {
+        first.step();
+        second.step();
+    }
+    first.step(); // a remainder of 1 is followed by 0
+    second.step();
+    long long const size = static_cast<long long>(first.dividend) * second.dividend;
+    bool const first_negative = (first.steps % 2 != 0 ? a.num : b.den) < 0;
+    bool const second_negative = (second.steps % 2 != 0 ? b.num : a.den) < 0;
+    return first_negative != second_negative ? -size : size;
+}
+
 Fraction parts(CRational const& value)
 {
     return {value.num(), value.den()};
@@ -77,12 +160,20 @@ Fraction reciprocal(Fraction value)
 
 Fraction sum(Fraction a, Fraction b)
 {
-    long long const g = greatest_common_divisor(a.den, b.den);
+    long long const g = divisor(a.den, b.den);
     if (g == 0)
         return no_value;
-    long long const n = b.den / g * a.num + a.den / g * b.num;
-    long long const h = size_of(greatest_common_divisor(n, g));
-    Fraction const result = {n / h, b.den / h * (a.den / g)};
+    Fraction result;
+    if (g == 1)
+    {
+        result = {b.den * a.num + a.den * b.num, b.den * a.den};
+    }
+    else
+    {
+        long long const n = b.den / g * a.num + a.den / g * b.num;
+        long long const h = size_of(divisor(n % size_of(g), g));
+        result = {n / h, b.den / h * (a.den / g)};
+    }
     if (is_out_of_range(result))
     {
         report(248, L"CRational::operator +(): Result exceeded definition space");
@@ -94,11 +185,12 @@ Fraction sum(Fraction a, Fraction b)
 // Nothing if a value that is not normal leaves no divisor, or, reported, if the result is out of range.
 std::optional<Fraction> product(Fraction a, Fraction b)
 {
-    long long const g1 = greatest_common_divisor(a.num, b.den);
-    long long const g2 = greatest_common_divisor(b.num, a.den);
-    if (g1 == 0 || g2 == 0)
+    long long const g = product_of_divisors(a, b);
+    if (g == 0)
         return std::nullopt;
-    Fraction const result = {a.num / g1 * (b.num / g2), a.den / g2 * (b.den / g1)};
+    Fraction result = {a.num * b.num, a.den * b.den};
+    if (g != 1)
+        result = {result.num / g, result.den / g};
     if (is_out_of_range(result))
     {
         report(292, L"CRational::operator *(): Result exceeded definition space");
@@ -110,6 +202,22 @@ std::optional<Fraction> product(Fraction a, Fraction b)
 std::optional<Fraction> quotient(Fraction a, Fraction b)
 {
     return product(a, reciprocal(b));
+}
+
+// The sizes that a quotient of two values of one sign, both with positive denominators, has before it is reduced: in the
+// range, it is so afterwards. Nothing for other values.
+std::optional<Fraction> whole_quotient(CRational const& a, CRational const& b)
+{
+    Fraction const whole = {size_of(parts(a).num * b.den()), size_of(parts(a).den * b.num())};
+    if (a.den() <= 0 || b.den() <= 0 || is_out_of_range(whole))
+        return std::nullopt;
+    return whole;
+}
+
+// Whether the denominator of that quotient is positive: always, if the values are.
+bool is_quotient_on_top(CRational const& a, CRational const& b)
+{
+    return a.num() >= 0 || product_of_divisors(parts(a), reciprocal(parts(b))) > 0;
 }
 
 double in_double(Fraction value)
@@ -204,54 +312,54 @@ CRational CRational::operator~() const noexcept
 
 CRational CRational::operator+(CRational const& other) const
 {
-    CRational result = *this;
-    return result += other;
+    Fraction const value = sum(parts(*this), parts(other));
+    CRational result;
+    result._store(value.num, value.den);
+    return result;
 }
 
 CRational CRational::operator-(CRational const& other) const
 {
-    CRational result = *this;
-    return result -= other;
+    Fraction const value = sum(parts(*this), negative(parts(other)));
+    CRational result;
+    result._store(value.num, value.den);
+    return result;
 }
 
 CRational CRational::operator*(CRational const& other) const
 {
-    CRational result = *this;
-    return result *= other;
+    Fraction const value = product(parts(*this), parts(other)).value_or(no_value);
+    CRational result;
+    result._store(value.num, value.den);
+    return result;
 }
 
 CRational CRational::operator/(CRational const& other) const
 {
-    CRational result = *this;
-    return result /= other;
+    Fraction const value = quotient(parts(*this), parts(other)).value_or(no_value);
+    CRational result;
+    result._store(value.num, value.den);
+    return result;
 }
 
 CRational& CRational::operator+=(CRational const& other)
 {
-    Fraction const result = sum(parts(*this), parts(other));
-    _store(result.num, result.den);
-    return *this;
+    return *this = *this + other;
 }
 
 CRational& CRational::operator-=(CRational const& other)
 {
-    Fraction const result = sum(parts(*this), negative(parts(other)));
-    _store(result.num, result.den);
-    return *this;
+    return *this = *this - other;
 }
 
 CRational& CRational::operator*=(CRational const& other)
 {
-    Fraction const result = product(parts(*this), parts(other)).value_or(no_value);
-    _store(result.num, result.den);
-    return *this;
+    return *this = *this * other;
 }
 
 CRational& CRational::operator/=(CRational const& other)
 {
-    Fraction const result = quotient(parts(*this), parts(other)).value_or(no_value);
-    _store(result.num, result.den);
-    return *this;
+    return *this = *this / other;
 }
 
 bool CRational::operator<(CRational const& other) const
@@ -260,6 +368,8 @@ bool CRational::operator<(CRational const& other) const
         return m_numerator < 0;
     if (m_numerator == 0 && other.m_numerator == 0)
         return false;
+    if (std::optional<Fraction> const whole = whole_quotient(*this, other))
+        return whole->num < whole->den && is_quotient_on_top(*this, other);
     std::optional<Fraction> const ratio = quotient(parts(*this), parts(other));
     return ratio && size_of(ratio->num) < ratio->den;
 }
@@ -270,13 +380,10 @@ bool CRational::operator>(CRational const& other) const
         return other.m_numerator < 0;
     if (m_numerator == 0 && other.m_numerator == 0)
         return false;
+    if (std::optional<Fraction> const whole = whole_quotient(*this, other))
+        return whole->num > whole->den || !is_quotient_on_top(*this, other);
     std::optional<Fraction> const ratio = quotient(parts(*this), parts(other));
     return !ratio || size_of(ratio->num) > ratio->den;
-}
-
-bool CRational::operator==(CRational const& other) const noexcept
-{
-    return m_numerator == other.m_numerator && m_denominator == other.m_denominator;
 }
 
 void CRational::_normalize()
@@ -291,8 +398,9 @@ void CRational::_normalize()
     if (value.den != 1)
     {
         line = 523;
-        long long const g = greatest_common_divisor(value.num, value.den);
-        value = {value.num / g, value.den / g};
+        unsigned int const g = common_size(static_cast<unsigned int>(value.num), static_cast<unsigned int>(value.den));
+        if (g != 1)
+            value = {static_cast<unsigned int>(value.num) / g, static_cast<unsigned int>(value.den) / g};
     }
     if (is_out_of_range(value))
     {

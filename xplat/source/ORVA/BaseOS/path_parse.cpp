@@ -1,7 +1,5 @@
 #include "ORVA/Files/Path.h"
 
-#include "ORVA/String/WideText.h"
-
 #include <cwchar>
 
 namespace ORVA::Files
@@ -10,7 +8,10 @@ namespace ORVA::Files
 namespace
 {
 
-using String::_isSlash;
+bool is_separator(wchar_t character)
+{
+    return character == L'/' || character == L'\\';
+}
 
 /// What one scan over a path finds. The body is what stands behind blanks and a prefix.
 struct Scan
@@ -21,8 +22,7 @@ struct Scan
     wchar_t const* colon = nullptr;
     wchar_t const* first_separator = nullptr;
     wchar_t const* last_separator = nullptr;
-    wchar_t const* first_dot = nullptr;
-    wchar_t const* last_dot = nullptr;
+    wchar_t const* last_dot = nullptr; ///< behind the last separator
 };
 
 bool begins_with(wchar_t const* text, wchar_t const* four)
@@ -32,7 +32,9 @@ bool begins_with(wchar_t const* text, wchar_t const* four)
 
 bool is_refused(wchar_t character)
 {
-    return static_cast<unsigned int>(character) < 32 || character == L'<' || character == L'>' || character == L'|';
+    bool const is_control = static_cast<unsigned int>(character) < 32;
+    bool const is_angle = (character & ~2) == L'<'; // the other one is '>'
+    return is_control | is_angle | (character == L'|');
 }
 
 bool is_letter(wchar_t character)
@@ -44,6 +46,8 @@ bool is_letter(wchar_t character)
 /// malformed.
 bool skip_prefix(Scan& scan, bool has_name)
 {
+    if (*scan.body != L'\\')
+        return true;
     if (begins_with(scan.body, L"\\\\?\\"))
     {
         scan.prefix = scan.body;
@@ -51,7 +55,7 @@ bool skip_prefix(Scan& scan, bool has_name)
         if (begins_with(scan.body, L"UNC\\") || begins_with(scan.body, L"UNC/"))
         {
             scan.body += 4;
-            if (_isSlash(*scan.body))
+            if (is_separator(*scan.body))
                 return false;
         }
     }
@@ -69,31 +73,34 @@ bool skip_prefix(Scan& scan, bool has_name)
 /// Notes where things stand in the body. False for what no path contains.
 bool scan_body(Scan& scan)
 {
-    wchar_t const* at = scan.body;
-    for (; *at != 0; ++at)
+    scan.end = scan.body + std::wcslen(scan.body);
+    // No way out in the middle, so that this becomes vector code.
+    unsigned int refused = 0;
+    unsigned int colons = 0;
+    for (wchar_t const* at = scan.body; at != scan.end; ++at)
     {
-        if (is_refused(*at))
-            return false;
-        if (*at == L':')
-        {
-            if (scan.colon)
-                return false;
-            scan.colon = at;
-        }
-        else if (_isSlash(*at))
-        {
-            if (!scan.first_separator)
-                scan.first_separator = at;
-            scan.last_separator = at;
-        }
-        else if (*at == L'.')
-        {
-            if (!scan.first_dot)
-                scan.first_dot = at;
-            scan.last_dot = at;
-        }
+        refused |= static_cast<unsigned int>(is_refused(*at));
+        colons += static_cast<unsigned int>(*at == L':');
     }
-    scan.end = at;
+    if (refused != 0 || colons > 1)
+        return false;
+    if (colons != 0)
+        scan.colon = std::wcschr(scan.body, L':');
+
+    for (wchar_t const* at = scan.end; at != scan.body && !scan.last_separator;)
+    {
+        --at;
+        if (is_separator(*at))
+            scan.last_separator = at;
+        else if (*at == L'.' && !scan.last_dot)
+            scan.last_dot = at;
+    }
+    if (scan.last_separator)
+    {
+        scan.first_separator = scan.body;
+        while (!is_separator(*scan.first_separator))
+            ++scan.first_separator;
+    }
     return true;
 }
 
@@ -105,11 +112,11 @@ bool place_drive(Scan& scan, tagCPATHPARSEINFO& info)
     if (!colon)
         return true;
     if (colon == scan.body || (scan.first_separator && scan.first_separator < colon) ||
-        (scan.first_dot && scan.first_dot < colon))
+        std::wmemchr(scan.body, L'.', static_cast<unsigned long>(colon - scan.body)) != nullptr)
         return false;
     if (colon == scan.body + 1)
     {
-        if (!is_letter(*scan.body) || (_isSlash(colon[1]) && _isSlash(colon[2])))
+        if (!is_letter(*scan.body) || (is_separator(colon[1]) && is_separator(colon[2])))
             return false;
     }
     else if (colon[1] != L'/' || colon[2] != L'/')
@@ -141,7 +148,7 @@ bool place_server(Scan& scan, tagCPATHPARSEINFO& info, bool has_name)
         return true;
     }
     wchar_t const* end = pair + 2;
-    while (!_isSlash(*end))
+    while (!is_separator(*end))
         ++end;
     info.pServerEnd = end;
     scan.body = end;
@@ -163,7 +170,7 @@ bool place_name_behind_directory(Scan const& scan, tagCPATHPARSEINFO& info)
     info.pDirectory = scan.body;
     info.pDirectoryEnd = name;
     info.pName = name;
-    place_extension(scan, scan.last_dot && scan.last_dot > name - 1 ? scan.last_dot : nullptr, info);
+    place_extension(scan, scan.last_dot, info);
     return true;
 }
 
@@ -185,7 +192,9 @@ bool parse(wchar_t const* path, tagCPATHPARSEINFO& info, bool has_name)
     if (!path)
         return false;
     Scan scan;
-    scan.body = path + std::wcsspn(path, L" ");
+    scan.body = path;
+    while (*scan.body == L' ')
+        ++scan.body;
     if (*scan.body == 0 || !skip_prefix(scan, has_name))
         return false;
     info.pPrefix = scan.prefix;

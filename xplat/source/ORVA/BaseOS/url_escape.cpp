@@ -8,11 +8,6 @@ namespace ORVA::Internetional
 namespace
 {
 
-char const* chars(unsigned char const* text)
-{
-    return reinterpret_cast<char const*>(text);
-}
-
 /// The value of a hexadecimal digit, or -1.
 int hex_value(unsigned char digit)
 {
@@ -31,17 +26,34 @@ bool is_escape(unsigned char const* text)
     return text[0] == '%' && hex_value(text[1]) >= 0 && hex_value(text[2]) >= 0;
 }
 
-bool is_unreserved(unsigned char character)
+constexpr bool is_unreserved(unsigned int character)
 {
     return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
            (character >= '0' && character <= '9') || character == '-' || character == '.' || character == '_' ||
            character == '~';
 }
 
-/// Whether `character`, which is not 0, is never escaped or in `allowed`.
-bool stays(unsigned char character, unsigned char const* allowed)
+/// The bytes that each character takes when it is encoded: 1 if it stays as it is.
+struct Widths
 {
-    return is_unreserved(character) || (allowed && std::strchr(chars(allowed), character) != nullptr);
+    unsigned char of[256] = {};
+
+    constexpr Widths()
+    {
+        for (unsigned int character = 0; character < 256; ++character)
+            of[character] = is_unreserved(character) ? 1 : 3;
+    }
+};
+
+constexpr Widths unreserved_widths;
+
+/// Those with the characters of `allowed`, which may be null, staying too.
+Widths widths_with(unsigned char const* allowed)
+{
+    Widths widths = unreserved_widths;
+    for (; allowed && *allowed != 0; ++allowed)
+        widths.of[*allowed] = 1;
+    return widths;
 }
 
 } // namespace
@@ -50,6 +62,11 @@ int URL_decodebuffer(unsigned char* out, unsigned char const* in)
 {
     if (!out || !in)
         return 0;
+    // What stands before the first escape, most often all, goes over at once.
+    unsigned long const plain = std::strcspn(reinterpret_cast<char const*>(in), "%");
+    std::memmove(out, in, plain);
+    out += plain;
+    in += plain;
     while (*in != 0)
     {
         if (is_escape(in))
@@ -70,9 +87,10 @@ int URL_checkescape(unsigned char const* text, unsigned char const* allowed)
 {
     if (!text)
         return 0;
+    Widths const widths = widths_with(allowed);
     for (; *text != 0; ++text)
     {
-        if (!stays(*text, allowed) && !is_escape(text))
+        if (widths.of[*text] != 1 && !is_escape(text))
             return 0;
     }
     return 1;
@@ -82,9 +100,10 @@ unsigned long URL_encoderequired(unsigned char const* text, unsigned char const*
 {
     if (!text)
         return 0;
+    Widths const widths = widths_with(allowed);
     unsigned long count = 0;
     for (; *text != 0; ++text)
-        count += stays(*text, allowed) ? 1U : 3U;
+        count += widths.of[*text];
     return count;
 }
 
@@ -93,9 +112,10 @@ int URL_encodebuffer(unsigned char* out, unsigned char const* in, unsigned char 
     if (!out || !in || out == in)
         return 0;
     static char const digits[] = "0123456789ABCDEF";
+    Widths const widths = widths_with(allowed);
     for (; *in != 0; ++in)
     {
-        if (stays(*in, allowed))
+        if (widths.of[*in] == 1)
         {
             *out++ = *in;
             continue;

@@ -4,6 +4,7 @@
 #include "ORVA/String/Codecs.h"
 
 #include <cstring>
+#include <cwchar>
 #include <utility>
 
 namespace ORVA::Internetional
@@ -45,8 +46,32 @@ bool is_slash(unsigned char character)
     return character == '/' || character == '\\';
 }
 
-void make_slashes(unsigned char* text)
+/// The bits that any of `length` characters has.
+template <class Character>
+unsigned int bits_of(Character const* text, unsigned long length)
 {
+    unsigned int bits = 0;
+    for (unsigned long i = 0; i < length; ++i)
+        bits |= static_cast<unsigned int>(text[i]);
+    return bits;
+}
+
+bool is_ascii(unsigned int bits)
+{
+    return bits < 0x80;
+}
+
+/// Writes `path`, of ASCII characters alone, up to its terminator with slashes for backslashes.
+void narrow_with_slashes(wchar_t const* path, unsigned long size, unsigned char* text)
+{
+    for (unsigned long i = 0; i < size; ++i)
+        text[i] = path[i] == L'\\' ? '/' : static_cast<unsigned char>(path[i]);
+}
+
+/// Writes the UTF-8 form of `path`, of `size` bytes with its terminator, with slashes for backslashes.
+void encode_with_slashes(wchar_t const* path, unsigned long size, unsigned char* text)
+{
+    String::nqfWChar_To_UTF8(path, ~0UL, text, size);
     for (; *text != 0; ++text)
     {
         if (*text == '\\')
@@ -54,11 +79,32 @@ void make_slashes(unsigned char* text)
     }
 }
 
+/// A holder of a text that is there already.
+class WideText : public String::CNQFWChar
+{
+public:
+    WideText(wchar_t* text, unsigned long length) { _adopt(text, length); }
+};
+
 /// A holder that has failed to allocate still has a length; an empty result has none.
 template <class Holder>
 Holder held_or_empty(Holder&& holder)
 {
     return holder ? std::forward<Holder>(holder) : Holder();
+}
+
+/// The wide form of a decoded path. Empty if the heap is exhausted.
+String::CNQFWChar widened(unsigned char const* path)
+{
+    unsigned long const length = length_of(path);
+    if (!is_ascii(bits_of(path, length)))
+        return held_or_empty(String::CNQFWChar(path));
+    auto* const text = static_cast<wchar_t*>(Core::OS::_falloc((length + 1) * sizeof(wchar_t)));
+    if (!text)
+        return {};
+    for (unsigned long i = 0; i <= length; ++i)
+        text[i] = path[i];
+    return WideText(text, length);
 }
 
 /// The path in a decoded URL that names no server: from `at` for one with a drive or scheme, from the slash before `at`
@@ -94,12 +140,16 @@ String::CUTF8Char file_EncodeURL(wchar_t const* path)
 {
     if (!path || *path == 0)
         return {};
-    unsigned long const size = String::nqfWChar_To_UTF8(path, ~0UL, nullptr, 0);
+    unsigned long const length = std::wcslen(path);
+    bool const plain = is_ascii(bits_of(path, length));
+    unsigned long const size = plain ? length + 1 : String::nqfWChar_To_UTF8(path, ~0UL, nullptr, 0);
     Bytes text(size);
     if (!text)
         return {};
-    String::nqfWChar_To_UTF8(path, ~0UL, text.get(), size);
-    make_slashes(text.get());
+    if (plain)
+        narrow_with_slashes(path, size, text.get());
+    else
+        encode_with_slashes(path, size, text.get());
 
     unsigned char const* rest = text.get();
     char const* start = "file:///";
@@ -113,11 +163,16 @@ String::CUTF8Char file_EncodeURL(wchar_t const* path)
         rest += 1;
     }
     unsigned long const start_length = std::strlen(start);
-    Bytes url(start_length + URL_encoderequired(rest, slash) + 1);
+    unsigned long const rest_length = size - 1 - static_cast<unsigned long>(rest - text.get());
+    unsigned long const encoded_length = URL_encoderequired(rest, slash);
+    Bytes url(start_length + encoded_length + 1);
     if (!url)
         return {};
     std::memcpy(url.get(), start, start_length);
-    URL_encodebuffer(url.get() + start_length, rest, slash);
+    if (encoded_length == rest_length)
+        std::memcpy(url.get() + start_length, rest, rest_length + 1); // there is nothing to escape
+    else
+        URL_encodebuffer(url.get() + start_length, rest, slash);
     return held_or_empty(String::CUTF8Char(url.get()));
 }
 
@@ -131,7 +186,7 @@ String::CNQFWChar file_DecodeURL(unsigned char const* url)
         return {};
     URL_decodebuffer(text.get(), escaped);
     unsigned char const* const path = path_in(text.get() + 2);
-    return path ? held_or_empty(String::CNQFWChar(path)) : String::CNQFWChar();
+    return path ? widened(path) : String::CNQFWChar();
 }
 
 String::CNQFWChar file_DecodeURL(wchar_t const* url)
