@@ -8,6 +8,14 @@ function(orva_sanitize target)
     endif()
 endfunction()
 
+function(orva_count_runs target)
+    if(ORVA_COVERAGE)
+        # Atomic, since threads count too.
+        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
+endfunction()
+
 function(orva_private_flags target)
     target_compile_features(${target} PRIVATE cxx_std_17)
     target_compile_options(${target} PRIVATE
@@ -20,4 +28,5 @@ function(orva_private_flags target)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON)
     orva_sanitize(${target})
+    orva_count_runs(${target})
 endfunction()

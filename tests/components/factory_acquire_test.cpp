@@ -134,7 +134,7 @@ struct Creation
 {
     char const* name;
     bool (CPINQFUnknown::*operation)(_nqfUID const&);
-    std::string call;
+    char const* call;
 };
 
 class FactoryCreate : public FactoryRegistry, public testing::WithParamInterface<Creation>
@@ -142,7 +142,7 @@ class FactoryCreate : public FactoryRegistry, public testing::WithParamInterface
 protected:
     bool create(CPINQFUnknown& handle) { return (handle.*GetParam().operation)(test_uid(5)); }
 
-    std::string const& call() const { return GetParam().call; }
+    std::string call() const { return GetParam().call; }
 };
 
 TEST_P(FactoryCreate, calls_the_factory_outside_the_lock)

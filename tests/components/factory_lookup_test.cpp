@@ -16,8 +16,8 @@ struct LookUp
 {
     char const* name;
     CPINQFUnknown (*operation)(_nqfUID const&);
-    std::string call;
-    std::string interface;
+    char const* call;
+    char const* interface;
 };
 
 /// The two look-ups that give a handle; they differ in the call and in the interface asked for.
@@ -34,8 +34,8 @@ protected:
     }
 
     CPINQFUnknown look_up() { return GetParam().operation(test_uid(9)); }
-    std::string const& call() const { return GetParam().call; }
-    std::string own_query() const { return "found.QueryInterface(" + GetParam().interface + ")"; }
+    std::string call() const { return GetParam().call; }
+    std::string own_query() const { return std::string("found.QueryInterface(") + GetParam().interface + ")"; }
 
     ObjectDouble found{journal, "found"};
 };

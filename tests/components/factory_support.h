@@ -66,4 +66,20 @@ protected:
     Calls under_lock;
 };
 
+/// The same for several threads: nothing is recorded, and the factory has one definition and makes one object.
+class FactoryForThreads : public FactoryRegistry
+{
+protected:
+    void SetUp() override
+    {
+        FactoryRegistry::SetUp();
+        journal.silent = true;
+        definition.set(__nqf_uuidof<REFID_phldr_VQXATTR_Component_CLSID>(), support::test_uid(55));
+        factory.created = &object;
+        factory.definitions = {{support::test_uid(9), &definition}};
+    }
+
+    support::DefinitionDouble definition{journal, "definition"};
+};
+
 } // namespace components

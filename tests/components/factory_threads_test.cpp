@@ -39,19 +39,8 @@ void run_in_threads(Work work)
         thread.join();
 }
 
-class FactoryThreads : public FactoryRegistry
+class FactoryThreads : public FactoryForThreads
 {
-protected:
-    void SetUp() override
-    {
-        FactoryRegistry::SetUp();
-        journal.silent = true;
-        definition.set(__nqf_uuidof<REFID_phldr_VQXATTR_Component_CLSID>(), test_uid(55));
-        factory.created = &object;
-        factory.definitions = {{test_uid(9), &definition}};
-    }
-
-    DefinitionDouble definition{journal, "definition"};
 };
 
 TEST_F(FactoryThreads, whoever_has_set_it_finds_it)

@@ -18,7 +18,7 @@ struct Creation
 {
     char const* name;
     bool (CPINQFUnknown::*operation)(_nqfUID const&, INQFComponentFactory*);
-    std::string call;
+    char const* call;
 };
 
 class InterfacePointerCreate : public InterfacePointer, public testing::WithParamInterface<Creation>
@@ -29,7 +29,7 @@ protected:
         return (handle.*GetParam().operation)(test_uid(5), by);
     }
 
-    std::string const& call() const { return GetParam().call; }
+    std::string call() const { return GetParam().call; }
 
     FactoryDouble factory{journal};
 };

@@ -6,6 +6,8 @@
 /// `malloc` and `realloc`: `new`, and with it GoogleTest and the standard containers, goes on working.
 #pragma once
 
+#include <functional>
+
 namespace support
 {
 
@@ -21,6 +23,8 @@ public:
 
     /// Lets the `nth` allocation from now on fail, 1 being the next. 0 lets none fail, and only counts.
     explicit AllocationFailure(unsigned long nth, Duration duration = once);
+    /// Lets those fail for which `choice` is true: it is asked about each, with the size in bytes.
+    explicit AllocationFailure(std::function<bool(unsigned long)> choice);
     ~AllocationFailure();
     AllocationFailure(AllocationFailure const&) = delete;
     AllocationFailure& operator=(AllocationFailure const&) = delete;
@@ -31,6 +35,20 @@ public:
     unsigned long failures() const;
     /// The size in bytes that the last allocation asked for.
     unsigned long last_size() const;
+
+private:
+    std::function<bool(unsigned long)> m_choice;
+};
+
+/// While it lives, the scope of this thread neither counts allocations nor lets them fail: for what a test sets up and
+/// looks at. Pauses nest; each ends before the scope does.
+class AllocationPause
+{
+public:
+    AllocationPause();
+    ~AllocationPause();
+    AllocationPause(AllocationPause const&) = delete;
+    AllocationPause& operator=(AllocationPause const&) = delete;
 };
 
 /// Calls `operation(n)` with the n-th allocation failing, for n = 1, 2, ..., until it makes fewer than n allocations,

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <list>
 #include <optional>
+#include <utility>
 
 // Waiters that lose their place to another one, and waiters of an event that comes to its end.
 namespace
@@ -77,22 +79,29 @@ TEST(EventWait, only_the_end_of_the_event_reaches_a_waiter_that_lost_its_place)
     EXPECT_EQ(second_lost.result(), -2);
 }
 
+// A thread in a timed wait behind the one of `first`, and whether both had their places at once.
+std::pair<Background<>, bool> timed_waiter_behind(_cEvent& event, Background<>& first, unsigned int timeout)
+{
+    until([&] { return queued(event) == 1 || first.has_ended(); }, "the first waiter");
+    Background<> second([&event, timeout] { return event.Wait(timeout); });
+    bool both = false;
+    until(
+        [&]
+        {
+            both = queued(event) == 2;
+            return both || second.has_ended();
+        },
+        "the second waiter");
+    return {std::move(second), both};
+}
+
 // Two threads whose times end one after the other: the second one has lost its place to the first.
 long result_of_a_timed_waiter_without_a_place(_cEvent& event)
 {
     for (unsigned int timeout = 20;; timeout *= 2)
     {
         Background<> first([&event, timeout] { return event.Wait(timeout); });
-        until([&] { return queued(event) == 1 || first.has_ended(); }, "the first waiter");
-        Background<> second([&event, timeout] { return event.Wait(4 * timeout); });
-        bool both = false;
-        until(
-            [&]
-            {
-                both = queued(event) == 2;
-                return both || second.has_ended();
-            },
-            "the second waiter");
+        auto [second, both] = timed_waiter_behind(event, first, 4 * timeout);
         EXPECT_EQ(first.result(), -1);
         long const result = second.result();
         signal(event, Look::value(event)); // empties the list
@@ -108,6 +117,29 @@ TEST(EventWait, timed_waiter_without_a_place_gets_the_value_of_the_event_in_the_
     EXPECT_EQ(result_of_a_timed_waiter_without_a_place(*event), -2) << "there never was a signal";
     signal(*event, 31);
     EXPECT_EQ(result_of_a_timed_waiter_without_a_place(*event), 31);
+}
+
+// A waiter that lost its place before another one did, and leaves before it.
+TEST(EventWait, waiters_that_lost_their_places_leave_in_any_order)
+{
+    std::list<Stand> lost_later;
+    auto const event = make_event(_cEvent::eEventPulse);
+    for (unsigned int timeout = 20;; timeout *= 2)
+    {
+        Background<> first([&event, timeout] { return event->Wait(timeout); });
+        auto [second, both] = timed_waiter_behind(*event, first, 16 * timeout);
+        EXPECT_EQ(first.result(), -1);
+        Stand& later = lost_later.emplace_back();
+        EXPECT_EQ(timed_waiter_with_others_behind(*event, [&] { later.join(*event); }).result(), -1);
+        bool const is_in_time = both && !second.has_ended();
+        long const result = second.result();
+        signal(*event, Look::value(*event)); // empties the list
+        if (!is_in_time)
+            continue;
+        EXPECT_EQ(result, -2) << "there never was a signal";
+        EXPECT_FALSE(later.is_released()) << "it is in sight of the end only";
+        return;
+    }
 }
 
 // The end of the event.

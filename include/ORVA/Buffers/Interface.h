@@ -10,6 +10,8 @@ namespace ORVA::Buffers
 {
 
 /// A handle on a block, and where in its payload the interface `T` lies.
+///
+/// What the block's type throws when it is asked, or the identifier of `T`, passes, and the handle is as it was.
 template <class T>
 class ORVA_TEMPLATE_API CPInterface : public CPObjectMemory
 {

@@ -2,6 +2,9 @@
 /// Blocks that hold one object.
 ///
 /// Thread-safety and ownership are those of `CPObjectMemory`; the object is as safe as its own type makes it.
+///
+/// What the object's destructor throws, where it is declared to, is reported and dropped. The copy constructor of an
+/// object whose block is cloned must not throw: the object that was not made would be destroyed.
 #pragma once
 
 #include "ORVA/Buffers/ObjectMemory.h"

@@ -33,11 +33,13 @@ struct tagCPOVTABL
 {
     /// Constructs a payload of `size` bytes.
     void (*_create)(void* payload, unsigned long size);
-    /// Constructs `dest` as a copy of `source`. Null: the type cannot be cloned.
+    /// Constructs `dest` as a copy of `source`. Null: the type cannot be cloned. If it throws, `_finalize` is called on
+    /// whatever it has left in `dest`.
     void (*_clone)(void* dest, void const* source, unsigned long size);
-    /// Destroys the contents of a payload; `size` is the block's used size.
+    /// Destroys the contents of a payload; `size` is the block's used size. What it throws is reported and dropped.
     void (*_finalize)(void* payload, unsigned long size);
-    /// Gives the interface `uid` inside the payload, or null. `CPObjectMemory::_nointerface` for types with none.
+    /// Gives the interface `uid` inside the payload, or null. `CPObjectMemory::_nointerface` for types with none. What it
+    /// throws passes to who asked.
     void* (*_interface)(void* payload, _nqfUID const& uid);
 };
 
@@ -78,6 +80,7 @@ public:
     ~CPObjectMemory() { Free(m_pMH); }
 
     /// Releases the old block and becomes a second handle on the block of `source`.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): CopyCPMemory handles it
     CPObjectMemory& operator=(CPObjectMemory const& source)
     {
         CopyCPMemory(source);
@@ -85,6 +88,7 @@ public:
     }
 
     /// Releases the old block and takes the reference of `source`, which becomes empty.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): reports may throw
     CPObjectMemory& operator=(CPObjectMemory&& source)
     {
         if (this != &source)
@@ -157,7 +161,8 @@ public:
     /// shared, a static block and an empty handle are left as they are, with result 1. 0 if the type cannot be cloned,
     /// which is reported even for a sole owner, or if the heap is exhausted; the handle then keeps its block.
     ///
-    /// A copy operation that throws is reported, and the result is 1 although the handle still shares its block.
+    /// A copy operation that throws is reported, and the result is 1 although the handle still shares its block. The
+    /// unfinished copy is destroyed as if it were whole: copies of a type's own must not throw unless that does no harm.
     int clone();
 
     /// The offset in bytes of the interface `uid` in the payload of `object`, or -1. It holds for every block of that
@@ -222,7 +227,7 @@ inline void CPObjectMemory::CopyCPMemory(CPObjectMemory const& source)
         {
             unsigned int const count = Core::OS::InterlockedIncrement32(block->lRefCnt);
             if (count > 1)
-            {
+            { // NOLINT(bugprone-branch-clone): the case that is not reported stands alone
                 m_pMH = block;
             }
             else if (count == 0)

@@ -32,7 +32,9 @@ struct MovesByBytes<CPObjectMemory> : std::true_type
 /// A handle on an array of `T` that grows by 16 elements at a step.
 ///
 /// `T` is constructed, copied and destroyed by its own operations, but shifted inside the array by plain memory moves:
-/// it must hold no pointer into itself. Results are 1 for success and 0 for failure; indexes and counts are elements.
+/// it must hold no pointer into itself. Its destructor must not throw. Its copy constructor may, save where the vector is
+/// cloned: elements that were not made would be destroyed. Results are 1 for success and 0 for failure; indexes and
+/// counts are elements.
 template <class T>
 class ORVA_TEMPLATE_API CPObjectVector : public CPObjectMemory
 {
@@ -75,7 +77,7 @@ public:
     /// Makes room for exactly `count` elements; existing ones are kept. Nothing happens if there are as many already.
     ///
     /// The test is against the elements in use and not against the capacity: a `count` above the former allocates
-    /// anew even where the capacity would do.
+    /// anew even where the capacity would do. If a copy throws, the vector is as it was.
     int Reserve(unsigned long count);
 
     /// The number of elements.

@@ -56,7 +56,8 @@ protected:
 /// A table from 64-bit keys to items, which are blocks of any type.
 ///
 /// Results of type `int` are 1 for success or completion and 0 otherwise. Operations that give an item return an empty
-/// handle where there is none. Exceptions of hooks, visitors and comparisons pass through to the caller.
+/// handle where there is none. Exceptions of hooks, visitors and comparisons pass through to the caller. The entry in
+/// question stays then, what was removed before it is gone, and the operation has changed nothing else.
 ///
 /// A look-up costs one mask and one search in a sorted array, with no allocation; insertion and removal move the
 /// entries behind by bytes. A bucket grows by 16 entries at a step.
@@ -141,7 +142,7 @@ public:
 
     /// Removes disposable items, after `tblfinalize` of each, bucket by bucket from where the last call stopped. 1
     /// when every bucket has had its turn in this call; 0 when more than `uTimeLimit` milliseconds have passed, and the
-    /// next call goes on.
+    /// next call goes on. After an exception it goes on with the bucket that threw.
     ///
     /// Time is that of `Core::OS::GetTimeNow()`, which advances by whole seconds, and is looked at between buckets:
     /// at least one bucket is done in every call.

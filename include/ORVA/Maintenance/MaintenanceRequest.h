@@ -13,7 +13,8 @@ namespace ORVA::Maintenance
 class ORVA_API IMaintenanceRequest
 {
 public:
-    /// The service's name, for messages. The service keeps the text.
+    /// The service's name, for messages. The service keeps the text. Called by `Unregister`, from which an exception
+    /// passes; the service is then listed and disabled.
     virtual nqfWChar const* GetName() = 0;
     /// When the service next wants to run, in milliseconds on the clock of `Core::OS::GetTimeNow()`. Must be quick.
     virtual unsigned long GetNextMaintenance() = 0;

@@ -40,7 +40,8 @@ namespace ORVA::Maintenance
 /// Adds the service in `block` at the end of the list, and triggers the thread. Works whether the thread runs or not.
 ///
 /// True as well if it was listed before; nothing changes then, and a disabled service stays disabled. False for a block
-/// that does not offer `IMaintenanceRequest`, and if the heap is exhausted.
+/// that does not offer `IMaintenanceRequest`, and if the heap is exhausted. What the block throws when it is asked for
+/// the interface passes, here and in `Unregister`, and changes nothing.
 ORVA_API bool Register(Buffers::CPObjectMemory const& block);
 
 /// Takes the service in `block` off the list. False if it is not listed.

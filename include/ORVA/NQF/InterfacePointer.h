@@ -54,7 +54,7 @@ public:
     virtual ~CPINQFUnknown();
 
     /// Releases what the handle holds and leaves it empty. A `Release` that throws is reported, and the handle is empty
-    /// all the same. A word of 0 stays 0.
+    /// all the same. A word of 0 stays 0. An override must not throw: a pointer on its way into the handle would be lost.
     virtual void free();
 
     /// The identifier of the interface that the handle resolves to. An exception of an override is a failed query.

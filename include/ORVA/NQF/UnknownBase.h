@@ -22,7 +22,7 @@ public:
     _cNQFUnknown(_cNQFUnknown const&) = delete;
     _cNQFUnknown& operator=(_cNQFUnknown const&) = delete;
 
-    /// Ends the object. Called once, when the count falls to 0.
+    /// Ends the object. Called once, when the count falls to 0. What it throws passes out of `_release`.
     virtual void _destroy() = 0;
 
     /// The object, if `id` is the root interface or this class's own identifier; otherwise null. Takes no reference.

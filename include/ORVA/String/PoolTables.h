@@ -44,7 +44,7 @@ class ORVA_API CCaseInsensitiveHash : public Lookup::CBaseHashTable
 {
 public:
     CCaseInsensitiveHash();
-    ~CCaseInsensitiveHash();
+    ~CCaseInsensitiveHash() override;
 
     /// Compares two entries by the records of their strings. An item of another type counts as an entry with the null
     /// string.
@@ -82,7 +82,7 @@ public:
     /// `insensitive` is the table to keep in step. It is not owned and must outlive this one.
     explicit CCaseSensitiveHash(CCaseInsensitiveHash* insensitive);
     /// Logs the diagnosis of `ClearTable` and releases all strings.
-    ~CCaseSensitiveHash();
+    ~CCaseSensitiveHash() override;
 
     /// Orders two records by `sHash`, `sHashi` and `len` as unsigned values, and then by their first 10 characters. 0
     /// means one string to the pool.

@@ -8,7 +8,7 @@ namespace ORVA::String
 {
 
 /// Hands the string pool a text by writing it straight into the new record. Usually a stack object that lives for one
-/// call of the pool, and belongs to the caller.
+/// call of the pool, and belongs to the caller. What it throws passes to who called the pool, which is as it was.
 class ORVA_API IStringSubmitter
 {
 public:

@@ -131,8 +131,8 @@ public:
 
     /// Starts a thread; see `_cThread::Execute`. False as well if the handle holds a block or the heap is exhausted.
     ///
-    /// If `context` has no `IThreadExecute` or the start throws, the handle holds a thread that never ran: `Wait` or
-    /// `Terminate` makes it empty again.
+    /// If `context` has no `IThreadExecute`, or the question for it or the start throws, the handle holds a thread that
+    /// never ran: `Wait` or `Terminate` makes it empty again.
     bool Execute(Buffers::CPObjectMemory& context, unsigned long stackSize);
 
     /// Waits for the thread; see `_cThread::Wait`. The handle becomes empty with every result but -1. If the caller was

@@ -1,0 +1,6 @@
+file(STRINGS /usr/include/boost/version.hpp version REGEX "define BOOST_LIB_VERSION ")
+string(REGEX MATCH "[0-9]+_[0-9]+" version "${version}")
+string(REPLACE "_" "." PACKAGE_VERSION "${version}")
+if(PACKAGE_VERSION VERSION_GREATER_EQUAL PACKAGE_FIND_VERSION)
+    set(PACKAGE_VERSION_COMPATIBLE TRUE)
+endif()
