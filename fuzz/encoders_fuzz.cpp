@@ -37,6 +37,13 @@ Bytes bytes_of(CPPlainMemory const& memory)
     return first == nullptr ? Bytes() : Bytes(first, first + memory.GetSize());
 }
 
+// The reports of a text that is refused.
+template <class Form>
+Lines refusal(bool is_refused)
+{
+    return Lines(is_refused ? 1 : 0, Form::line);
+}
+
 template <class Form>
 void check_bytes(Bytes const& bytes, fuzz::Reports& reports)
 {
@@ -48,12 +55,19 @@ void check_bytes(Bytes const& bytes, fuzz::Reports& reports)
     REQUIRE(text.len() == expected.size() && expected == *text);
     REQUIRE(encoder.GetStringLen() == 5);
 
-    Bytes const back = bytes_of(typename Form::Decoder(text));
-    if (bytes.size() % form.bytes == 0)
-        REQUIRE(back.empty() && reports.take() == Lines{Form::line});
-    else
-        REQUIRE(back == plain::returned(form, bytes));
-    REQUIRE(reports.take().empty());
+    // From a block of bytes, and from text up to its terminator.
+    CPPlainMemory block;
+    REQUIRE(block.Alloc(bytes.size()) == 1);
+    std::copy(bytes.begin(), bytes.end(), static_cast<unsigned char*>(block.get_ptr()));
+    REQUIRE(static_cast<CPPoolString>(typename Form::Encoder(block)) == text);
+    REQUIRE(bytes_of(typename Form::Decoder(fuzz::terminated<wchar_t>(expected).get())) ==
+            bytes_of(typename Form::Decoder(text)));
+    reports.take();
+
+    bool const is_lost = bytes.size() % form.bytes == 0;
+    Bytes const returned = is_lost ? Bytes() : plain::returned(form, bytes);
+    REQUIRE(bytes_of(typename Form::Decoder(text)) == returned);
+    REQUIRE(reports.take() == refusal<Form>(is_lost));
 }
 
 template <class Form>
@@ -71,10 +85,9 @@ void check_text(std::wstring const& text, fuzz::Reports& reports)
         unsigned int const header = static_cast<unsigned int>(text[0]);
         is_valid = (header & 0xFF00) == (form.header & 0xFF00) && (header & 0xFF) < form.bytes;
     }
-    if (is_valid)
-        REQUIRE(found == plain::decoded(form, text) && reports.take().empty());
-    else
-        REQUIRE(found.empty() && reports.take() == Lines{Form::line});
+    Bytes const expected = is_valid ? plain::decoded(form, text) : Bytes();
+    REQUIRE(found == expected);
+    REQUIRE(reports.take() == refusal<Form>(!is_valid));
 }
 
 } // namespace

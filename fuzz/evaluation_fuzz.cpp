@@ -31,6 +31,8 @@ reference::PlainEvaluation const& twin()
     return instance;
 }
 
+constexpr evaluation::CaseMapping unknown_mapping = {ORVA::String::OS::rune_tolower, [] { return false; }};
+
 constexpr Info before = {11, 22, 33, 44};
 
 // What `text`, which may have a 0 inside, is evaluated to.
@@ -43,25 +45,37 @@ Info check(std::vector<Unit> const& text, unsigned long bound)
     Info found = before;
     REQUIRE(evaluator().Eval(found, whole.get()) == result && same(found, expected));
 
+    // Words are read wherever a text begins.
+    unsigned long const offset = bound % 16 / sizeof(Unit);
     auto const end = std::find(text.begin(), text.end(), Unit(0));
-    fuzz::Exact<Unit> const before_zero(std::vector<Unit>(text.begin(), end));
+    fuzz::Exact<Unit> const before_zero(std::vector<Unit>(text.begin(), end), offset);
     evaluation::Kernels const kernels = evaluation::available_kernels();
     for (unsigned int index = 0; index < kernels.count; ++index)
     {
-        found = before;
-        REQUIRE(evaluation::evaluate(*kernels.entry[index], evaluation::platform_mapping, found, before_zero.get(),
-                                     static_cast<unsigned long>(end - text.begin())) == result);
-        REQUIRE(same(found, expected));
+        // Capitals go character by character where the mapping of ASCII is not known to be plain.
+        for (evaluation::CaseMapping const& mapping : {evaluation::platform_mapping, unknown_mapping})
+        {
+            found = before;
+            REQUIRE(evaluation::evaluate(*kernels.entry[index], mapping, found, before_zero.get(),
+                                         static_cast<unsigned long>(end - text.begin())) == result);
+            REQUIRE(same(found, expected));
+        }
     }
 
     // Nothing is read beyond a bound, and a bound of 0 or with the top bit set means an empty text.
-    fuzz::Exact<Unit> const exact(text);
+    fuzz::Exact<Unit> const exact(text, offset);
     for (unsigned long const n : {text.size(), std::min(bound, text.size())})
     {
         Info bounded = before;
         unsigned int const bounded_result = twin()(bounded, whole.get(), n);
         found = before;
         REQUIRE(evaluator().Eval(found, exact.get(), n) == bounded_result && same(found, bounded));
+    }
+    // With no bound in effect, however large it is.
+    for (unsigned long const n : {fuzz::no_limit >> 1, (fuzz::no_limit >> 1) / sizeof(Unit)})
+    {
+        found = before;
+        REQUIRE(evaluator().Eval(found, whole.get(), n) == result && same(found, expected));
     }
     found = before;
     REQUIRE(evaluator().Eval(found, exact.get(), fuzz::no_limit - bound) == 1 && same(found, Info{0, 0, 0, 0}));

@@ -124,30 +124,36 @@ private:
     std::uint8_t const* m_end;
 };
 
-/// A copy of units in a block of exactly their size, for the tools that notice when more is read.
+/// A copy of units at the end of a block of exactly their size, for the tools that notice when more is read. With an
+/// `offset` the copy begins that many units behind the start of the block, which is aligned to 16 bytes.
 template <class T>
 class Exact
 {
 public:
     template <class Units>
-    explicit Exact(Units const& units) : Exact(units.data(), units.size())
+    explicit Exact(Units const& units, unsigned long offset = 0) : Exact(units.data(), units.size(), offset)
     {
     }
-    Exact(T const* units, unsigned long count) : m_units(new T[count]) { std::copy_n(units, count, m_units.get()); }
-    T* get() const { return m_units.get(); }
-    operator T const*() const { return m_units.get(); }
+    Exact(T const* units, unsigned long count, unsigned long offset = 0)
+        : m_block(new T[offset + count]()), m_units(m_block.get() + offset)
+    {
+        std::copy_n(units, count, m_units);
+    }
+    T* get() const { return m_units; }
+    operator T const*() const { return m_units; }
 
 private:
-    std::unique_ptr<T[]> m_units;
+    std::unique_ptr<T[]> m_block;
+    T* m_units;
 };
 
-/// The text of the units with a terminator, in a block of exactly that size.
+/// The text of the units with a terminator, as `Exact` places it.
 template <class T, class Units>
-Exact<T> terminated(Units const& units)
+Exact<T> terminated(Units const& units, unsigned long offset = 0)
 {
     std::vector<T> copy(units.begin(), units.end());
     copy.push_back(T(0));
-    return Exact<T>(copy);
+    return Exact<T>(copy, offset);
 }
 
 /// A buffer of a number of units between two rows of marks, all of the same value that no text has by chance.

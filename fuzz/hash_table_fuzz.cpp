@@ -233,6 +233,7 @@ private:
         REQUIRE(m_table.EnumTableBy(&visitor, key, by_key) ==
                 (by_key ? m_plain.visit_key(key, into(expected)) : m_plain.visit_all(into(expected))));
         REQUIRE(seen == expected);
+        REQUIRE(m_table.EnumTableBy(nullptr, key, by_key) == 0 && m_table.PurgeTable(nullptr) == 1);
     }
 
     void purge(unsigned long seed)

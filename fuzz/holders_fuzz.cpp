@@ -27,7 +27,7 @@ unsigned long length_of(T const* text)
 }
 
 // The holder has `text` up to its first 0, `length` units as it tells, and a terminator behind those it wrote. Copies
-// and moves of it have the same.
+// and moves of it have the same. It is empty afterwards.
 template <class Holder, class T>
 void check(Holder&& holder, std::basic_string<T> const& text, unsigned long length)
 {
@@ -36,14 +36,31 @@ void check(Holder&& holder, std::basic_string<T> const& text, unsigned long leng
     std::basic_string<T> const seen(text.c_str(), length_of(text.c_str()));
     REQUIRE(length_of(*holder) == seen.size() && std::equal(seen.begin(), seen.end(), *holder));
 
+    // A copy is made from the text alone, so its length may be another one.
     using Plain = std::remove_const_t<std::remove_reference_t<Holder>>;
+    unsigned long const copied_length = Plain(*holder).len();
     Plain copy(static_cast<Plain const&>(holder));
     REQUIRE(length_of(*copy) == seen.size() && std::equal(seen.begin(), seen.end(), *copy) && *copy != *holder);
+    REQUIRE(copy.len() == copied_length);
     copy = *copy;
     REQUIRE(length_of(*copy) == seen.size() && std::equal(seen.begin(), seen.end(), *copy));
-    T const* const place = *copy;
+    REQUIRE(copy.len() == copied_length);
+
+    // Moves carry text and length over, and what is assigned to itself stays.
     Plain moved(std::move(copy));
-    REQUIRE(*moved == place);
+    REQUIRE(!copy && copy.len() == 0 && moved.len() == copied_length);
+    copy = holder;
+    REQUIRE(copy.len() == copied_length);
+    copy = std::move(holder);
+    REQUIRE(!holder && holder.len() == 0 && copy.len() == length);
+    T const* const place = *copy;
+    Plain& same = copy;
+    copy = same;
+    copy = std::move(same);
+    REQUIRE(*copy == place && copy.len() == length);
+    REQUIRE(length_of(place) == seen.size() && std::equal(seen.begin(), seen.end(), place));
+    moved = static_cast<T const*>(nullptr);
+    REQUIRE(!moved);
 }
 
 // What a wide text becomes, character by character.
@@ -71,6 +88,8 @@ void check_wide(std::wstring const& text)
     check(CNQFWChar(CUTF8Char(source)), taken, taken.size());
     check(CUTF16Char(CUTF8Char(source)), utf16, utf16.size());
     check(CNQFWChar(CUTF16Char(source)), std::wstring(), 0);
+    check(CUTF8Char(CNQFWChar(source)), utf8, utf8.size());
+    check(CUTF16Char(CNQFWChar(source)), utf16, utf16.size());
 }
 
 void check_utf8(fuzz::Bytes const& bytes)
@@ -114,6 +133,7 @@ void check_utf16(std::vector<unsigned short> const& units)
     }
     check(CUTF16Char(source), text, text.size());
     check(CUTF8Char(source), utf8, utf8.size());
+    check(CUTF8Char(CUTF16Char(source)), utf8, utf8.size());
     check(CNQFWChar(source), std::wstring(), 0);
 }
 
@@ -149,10 +169,17 @@ void check_ansi(fuzz::Bytes const& bytes, unsigned long capacity)
     }
     check(CUTF8Char(source), utf8, utf8.size());
     check(CUTF16Char(source), Utf16(wide.begin(), wide.end()), wide.size());
+    CANSIChar const held(source);
+    check(CNQFWChar(held), wide, wide.size());
+    check(CUTF8Char(held), utf8, utf8.size());
+    check(CUTF16Char(held), Utf16(wide.begin(), wide.end()), wide.size());
 
     // The last character of wide text is lost on the way to this encoding.
     if (!wide.empty())
+    {
         check(CANSIChar((wide + L'?').c_str()), text, text.size());
+        check(CANSIChar(CNQFWChar((wide + L'?').c_str())), text, text.size());
+    }
 
     REQUIRE(OS::ANSI_To_nqfWChar(source, fuzz::no_limit, nullptr, 0) == wide.size());
     fuzz::Guarded<wchar_t> wide_buffer(capacity);

@@ -1,7 +1,10 @@
-// Numbered variants: the number in parentheses at the end is counted up, and everything before it stays.
+// Numbered variants: the number in parentheses at the end is counted up, and everything before it stays. And the strings
+// of numbers, and of text in UTF-8.
 #include "fuzz/harness.h"
 
 #include "ORVA/String/PoolString.h"
+
+#include "reference/plain_codecs.h"
 
 using ORVA::String::CPPoolString;
 
@@ -51,6 +54,40 @@ void check(std::wstring const& text)
     REQUIRE(found.size() - digits <= 11);
 }
 
+// The strings of numbers, and of the encodings in which the text has a form.
+void check_sources(std::wstring const& text)
+{
+    unsigned long value = 0;
+    fuzz::Bytes utf8;
+    for (wchar_t const character : text)
+    {
+        value = value * 0x10001 + static_cast<unsigned long>(character);
+        unsigned char form[4];
+        unsigned int const size = plain::encode_utf8(form, static_cast<unsigned int>(character));
+        utf8.insert(utf8.end(), form, form + size);
+    }
+    auto const positive = static_cast<unsigned int>(value);
+    auto const any = static_cast<int>(positive);
+    REQUIRE(*CPPoolString(positive) == std::to_wstring(positive) && *CPPoolString(any) == std::to_wstring(any));
+    unsigned long long const large = value;
+    auto const signed_large = static_cast<long long>(value);
+    REQUIRE(*CPPoolString(large) == std::to_wstring(large));
+    REQUIRE(*CPPoolString(signed_large) == std::to_wstring(signed_large));
+
+    CPPoolString const string(text.c_str());
+    fuzz::Exact<unsigned char> const source = fuzz::terminated<unsigned char>(utf8);
+    REQUIRE(CPPoolString(source.get()) == string && string.Verify() == 1);
+    REQUIRE(std::equal(source.get(), source.get() + utf8.size() + 1, static_cast<unsigned char const*>(string)));
+    CPPoolString changed(value % 2 != 0);
+    REQUIRE(*changed == std::wstring(value % 2 != 0 ? L"true" : L"false"));
+    changed = positive;
+    changed = text.c_str();
+    REQUIRE(changed == string);
+    CPPoolString target;
+    target.TransferFrom(changed);
+    REQUIRE(target == string && changed.isnull());
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
@@ -59,6 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     // The pool tells characters apart by 16 bits.
     std::wstring const text = input.text(fuzz::no_limit, 0xFFFF);
     check(text);
+    check_sources(text);
     fuzz::tidy_pool();
     return 0;
 }

@@ -1,15 +1,9 @@
 // The string pool: any sequence of requests, releases and collections, in all encodings and with and without case, gives
 // the records, the counts of handles, the ages, the chains of spellings and the UTF-8 forms of a model.
-#include "fuzz/harness.h"
+#include "fuzz/pool_texts.h"
 
-#include "ORVA/String/PoolString.h"
-#include "ORVA/String/Submitter.h"
 #include "cstringpool/globals.h"
 
-#include "reference/plain_codecs.h"
-
-#include <array>
-#include <cwctype>
 #include <map>
 
 using namespace ORVA::String;
@@ -17,69 +11,9 @@ using namespace ORVA::String;
 namespace
 {
 
+using namespace fuzz::pool;
+
 constexpr unsigned int all_of_it = 0xFFFFFFFF;
-constexpr unsigned long compared = 10;
-
-unsigned int value_of(wchar_t character)
-{
-    return static_cast<unsigned int>(character);
-}
-
-unsigned int folded(wchar_t character)
-{
-    unsigned int const value = value_of(character);
-    return value >> 16 == 0 ? static_cast<unsigned int>(std::towlower(static_cast<std::wint_t>(character))) : value;
-}
-
-// What the pool tells texts apart by: 16 bits of each character and of its folded form, and the first characters whole.
-using Identity = std::vector<std::array<unsigned int, 3>>;
-
-Identity identity_of(std::wstring const& text)
-{
-    Identity identity;
-    for (unsigned long index = 0; index < text.size(); ++index)
-        identity.push_back({value_of(text[index]) & 0xFFFF, folded(text[index]) & 0xFFFF,
-                            index < compared ? value_of(text[index]) : 0});
-    return identity;
-}
-
-// A word in any spelling.
-using Word = std::vector<unsigned int>;
-
-Word word_of(std::wstring const& text)
-{
-    Word word;
-    for (wchar_t const character : text)
-        word.push_back(folded(character) & 0xFFFF);
-    return word;
-}
-
-// Words that share their 16 bits and differ in their first characters would disturb each other, as the pool does not
-// tell them apart where it takes them out. Here, characters above 16 bits are of one plane and shadow no others.
-bool is_plain_beginning(std::wstring const& text)
-{
-    return std::all_of(text.begin(), text.begin() + static_cast<long>(std::min(text.size(), compared)),
-                       [](wchar_t character)
-                       {
-                           unsigned int const value = value_of(character);
-                           return value < 0xF000 || (value >= 0x1F000 && value < 0x20000);
-                       });
-}
-
-// A text with the size in UTF-8 of the source that it first came from.
-struct Source
-{
-    std::wstring text;
-    unsigned long utf8_size;
-};
-
-Source wide_source(std::wstring const& text)
-{
-    unsigned long size = 0;
-    for (wchar_t const character : text)
-        size += plain::utf8_size(value_of(character));
-    return {text, size};
-}
 
 struct Known
 {
@@ -91,21 +25,6 @@ struct Known
     bool has_form;
 };
 
-class WholeText final : public IStringSubmitter
-{
-public:
-    explicit WholeText(std::wstring const& text) : m_text(text) {}
-    unsigned long GetStringLen() override { return m_text.size(); }
-    unsigned int GetString(wchar_t* buffer) override
-    {
-        m_text.copy(buffer, m_text.size());
-        return 1;
-    }
-
-private:
-    std::wstring const& m_text;
-};
-
 class Twins
 {
 public:
@@ -113,15 +32,15 @@ public:
 
     void step(fuzz::Input& input)
     {
-        unsigned long const action = input.below(21);
+        unsigned long const action = input.below(25);
         if (action < 5)
             return get(input, draw_text(input), action);
         if (action < 7)
-            return query(draw_text(input), action == 5);
+            return query(draw_text(input), form_of(action - 5));
         if (action < 9)
-            return get_folded(draw_text(input), action == 7);
+            return get_folded(draw_text(input), form_of(action - 7));
         if (action < 11)
-            return query_folded(draw_text(input), action == 9);
+            return query_folded(draw_text(input), form_of(action - 9));
         if (action == 11)
             return get_bytes(input.line());
         if (action == 12)
@@ -134,6 +53,14 @@ public:
             return collect();
         if (action == 19)
             return get_many(input.byte());
+        if (action > 20)
+        {
+            Form const form = form_of(2 + action % 2);
+            std::wstring const text = draw_text(input);
+            return action < 23             ? get_folded(text, form)
+                   : input.byte() % 2 != 0 ? query(text, form)
+                                           : query_folded(text, form);
+        }
         check();
     }
 
@@ -141,6 +68,10 @@ public:
     {
         if (m_was_used)
             REQUIRE(CStringPool::Verify() == 1);
+        unsigned long size = 0;
+        for (auto const& [identity, known] : m_known)
+            size += sizeof(tagSTRINGPOOLRECORD) + (known.text.size() + 1) * sizeof(wchar_t);
+        REQUIRE(CStringPool::GetSize() == size);
         for (auto const& [identity, known] : m_known)
         {
             staticStringRecord const key(known.text.c_str());
@@ -238,15 +169,11 @@ private:
             return found_or_made(wide_source(text), CStringPool::GetStringRef(&submitter));
         }
         fuzz::Bytes utf8;
+        bool const has_utf8 = encode(text, utf8);
         std::vector<unsigned short> utf16;
-        bool has_utf8 = true;
         bool has_utf16 = !text.empty();
         for (wchar_t const character : text)
         {
-            unsigned char bytes[4];
-            unsigned int const count = plain::encode_utf8(bytes, value_of(character));
-            utf8.insert(utf8.end(), bytes, bytes + count);
-            has_utf8 = has_utf8 && count != 0;
             utf16.push_back(static_cast<unsigned short>(character));
             has_utf16 = has_utf16 && value_of(character) < 0x10000 && value_of(character) >> 11 != 0x1B;
         }
@@ -273,12 +200,16 @@ private:
         }
     }
 
-    void query(std::wstring const& text, bool bounded)
+    void query(std::wstring const& text, Form form)
     {
         if (text.empty())
             return;
-        _cppoolstring const string = bounded ? CStringPool::QueryStringRefn((text + text).c_str(), text.size())
-                                             : CStringPool::QueryStringRef(text.c_str());
+        _cppoolstring const string = ask(
+            text, form, [](wchar_t const* source) { return CStringPool::QueryStringRef(source); },
+            [](wchar_t const* source, unsigned long length) { return CStringPool::QueryStringRefn(source, length); },
+            [](unsigned char const* source) { return CStringPool::QueryStringRef(source); },
+            [](unsigned char const* source, unsigned long length)
+            { return CStringPool::QueryStringRefn(source, length); });
         auto const known = m_known.find(identity_of(text));
         if (known == m_known.end())
             REQUIRE(&*string == &Constants::null_record.record);
@@ -294,12 +225,16 @@ private:
         return chain == m_chains.end() ? nullptr : &m_known.at(chain->second.front());
     }
 
-    void get_folded(std::wstring const& text, bool bounded)
+    void get_folded(std::wstring const& text, Form form)
     {
         if (text.empty())
             return;
-        _cppoolstring const string = bounded ? CStringPool::GetStringRefni((text + text).c_str(), text.size())
-                                             : CStringPool::GetStringRefi(text.c_str());
+        _cppoolstring const string = ask(
+            text, form, [](wchar_t const* source) { return CStringPool::GetStringRefi(source); },
+            [](wchar_t const* source, unsigned long length) { return CStringPool::GetStringRefni(source, length); },
+            [](unsigned char const* source) { return CStringPool::GetStringRefi(source); },
+            [](unsigned char const* source, unsigned long length)
+            { return CStringPool::GetStringRefni(source, length); });
         if (Known* const head = head_of(text))
             found(*head, string);
         else
@@ -307,12 +242,16 @@ private:
         REQUIRE(m_reports.take().empty());
     }
 
-    void query_folded(std::wstring const& text, bool bounded)
+    void query_folded(std::wstring const& text, Form form)
     {
         if (text.empty())
             return;
-        _cppoolstring const string = bounded ? CStringPool::QueryStringRefni((text + text).c_str(), text.size())
-                                             : CStringPool::QueryStringRefi(text.c_str());
+        _cppoolstring const string = ask(
+            text, form, [](wchar_t const* source) { return CStringPool::QueryStringRefi(source); },
+            [](wchar_t const* source, unsigned long length) { return CStringPool::QueryStringRefni(source, length); },
+            [](unsigned char const* source) { return CStringPool::QueryStringRefi(source); },
+            [](unsigned char const* source, unsigned long length)
+            { return CStringPool::QueryStringRefni(source, length); });
         if (Known* const head = head_of(text))
             found(*head, string);
         else

@@ -58,8 +58,21 @@ void check_one(CRational const& a, fuzz::Reports& reports)
     CRational normalized = a;
     normalized._normalize();
     check(normalized, plain::normalized(a.num(), a.den()), reports);
-    if (a.den() != 0)
-        REQUIRE(a.fract() == static_cast<double>(a.num()) / static_cast<double>(a.den()));
+    double const fract = static_cast<double>(a.num()) / static_cast<double>(a.den()); // IEEE 754 divides by 0 too
+    REQUIRE(std::isnan(fract) ? std::isnan(a.fract()) : a.fract() == fract);
+    CRational assigned;
+    REQUIRE(assigned.assign(a.num(), a.den()) == (a.den() != 0));
+    check(assigned, plain::normalized(a.num(), a.den()), reports);
+}
+
+// The fraction as a floating-point number against another one, and against a whole number.
+void check_against(CRational const& a, double value, int whole)
+{
+    double const fract = a.fract();
+    REQUIRE((a < value) == (fract < value) && (a > value) == (fract > value) && (a == value) == (fract == value));
+    REQUIRE((a <= value) == (fract <= value) && (a >= value) == (fract >= value));
+    REQUIRE((a < whole) == (fract < whole) && (a > whole) == (fract > whole) && (a == whole) == (fract == whole));
+    REQUIRE((a <= whole) == (fract <= whole) && (a >= whole) == (fract >= whole));
 }
 
 void check_two(CRational const& a, CRational const& b, fuzz::Reports& reports)
@@ -109,6 +122,7 @@ void check_nearest(double value, int limit, fuzz::Reports& reports)
     REQUIRE(result.fassign(value, limit) == fits && reports.take().empty());
     plain::Rational const expected = fits ? plain::nearest(value, limit) : plain::failed(0);
     REQUIRE(is(result, expected.num, expected.den));
+    check_against(result, value, limit);
 }
 
 // A chain of operations, on both sides.
@@ -167,6 +181,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         check_two(a, b, reports);
         check_two(b, a, reports);
         check_integer(a, components[2], reports);
+        check_against(a, b.fract(), components[3]);
         break;
     }
     case 1:

@@ -63,6 +63,45 @@ void check_text(CPPoolStringArray& array, std::wstring const& text, wchar_t sepa
     REQUIRE(*flat == reference::plain_join(entries_of(array), joiner));
 }
 
+// The text is an entry of the array, which lets go of it on the way.
+void check_own_text(CPPoolStringArray& array, unsigned long chosen, wchar_t separator)
+{
+    if (array.GetCount() == 0)
+        return;
+    unsigned long const index = chosen % array.GetCount();
+    if (array[index].isnull())
+        return;
+    std::wstring const text = *array[index];
+    REQUIRE(array.Inflate(array[index], separator) == 1);
+    PlainStringArray plain(array.IsSorted());
+    for (reference::PlainEntry const& entry : reference::plain_split(text, separator))
+        plain.add(string_of(entry));
+    check_contents(array, plain);
+}
+
+// What is assigned to a sorted array is sorted, in the block that both share from then on; copies of arrays are alike.
+void check_assignment(fuzz::Input& input)
+{
+    CPPoolStringArray source(false);
+    std::vector<std::wstring> texts;
+    for (unsigned long left = input.below(24); left != 0; --left)
+    {
+        texts.push_back(input.text(2, 0xFF));
+        REQUIRE(source.Add(CPPoolString(texts.back().c_str())) == 1);
+    }
+    CPPoolStringArray const same(source);
+    CPPoolStringArray sorted(true);
+    sorted = static_cast<ORVA::Buffers::CPObjectMemory const&>(source);
+    std::sort(texts.begin(), texts.end());
+    REQUIRE(sorted == source && same == source && sorted.IsSorted() && !same.IsSorted());
+    REQUIRE(std::equal(sorted.begin(), sorted.end(), texts.begin(), texts.end(),
+                       [](CPPoolString const& string, std::wstring const& text) { return *string == text; }));
+    sorted = same;
+    REQUIRE(sorted == source && !sorted.IsSorted());
+    sorted = static_cast<ORVA::Buffers::CPObjectMemory const&>(CPPoolString(L"no array"));
+    REQUIRE(!sorted && !sorted.IsSorted());
+}
+
 void change(fuzz::Input& input, CPPoolStringArray& array, PlainStringArray& plain)
 {
     unsigned long const action = input.below(6);
@@ -112,6 +151,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         auto const joiner = static_cast<wchar_t>(input.byte() | 1);
         // The pool tells characters apart by 16 bits.
         check_text(array, input.text(fuzz::no_limit, 0xFFFF), separator, joiner);
+        check_own_text(array, options >> 3, joiner);
+    }
+    else if ((options & 4) != 0)
+    {
+        check_assignment(input);
     }
     else
     {

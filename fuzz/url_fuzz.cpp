@@ -102,6 +102,7 @@ void check_encoding(Text const& text, Text const& allowed)
     fuzz::Guarded<unsigned char> encoded(expected.size() + 1);
     REQUIRE(URL_encodebuffer(encoded.get(), source, set) == 1 && encoded.is_intact());
     REQUIRE(encoded.get() == expected);
+    REQUIRE(URL_encodebuffer(encoded.get(), encoded.get(), set) == 0 && encoded.get() == expected);
     if (allowed.empty())
         REQUIRE(URL_encoderequired(source, nullptr) == expected.size() && URL_checkescape(encoded.get(), nullptr) == 1);
     REQUIRE(URL_checkescape(encoded.get(), set) == 1);
@@ -162,15 +163,34 @@ void check_file_url(Text const& url)
     check_result(file_DecodeURL(url.c_str()), is_file ? plain_path(plain_decoded(url.substr(5))) : std::nullopt);
 }
 
-// Text without what UTF-8 has no form for.
-void check_file_path(std::wstring const& path)
+// The UTF-8 form of wide text, up to a character that has none.
+Text narrowed(std::wstring const& text)
 {
-    Text utf8;
-    for (wchar_t const character : path)
+    Text result;
+    for (wchar_t const character : text)
     {
         unsigned char form[4];
-        utf8.append(form, plain::encode_utf8(form, static_cast<unsigned int>(character)));
+        unsigned int const size = plain::encode_utf8(form, static_cast<unsigned int>(character));
+        if (size == 0)
+            break;
+        result.append(form, size);
     }
+    return result;
+}
+
+// A wide URL is one in UTF-8.
+void check_wide_url(std::wstring const& url)
+{
+    fuzz::Exact<wchar_t> const exact = fuzz::terminated<wchar_t>(url);
+    ORVA::String::CNQFWChar const expected = file_DecodeURL(narrowed(url).c_str());
+    ORVA::String::CNQFWChar const found = file_DecodeURL(exact);
+    REQUIRE(static_cast<bool>(found) == static_cast<bool>(expected) && found.len() == expected.len());
+    REQUIRE(!found || std::wstring(*found) == *expected);
+}
+
+void check_file_path(std::wstring const& path)
+{
+    Text utf8 = narrowed(path);
     std::replace(utf8.begin(), utf8.end(), static_cast<unsigned char>('\\'), static_cast<unsigned char>('/'));
     ORVA::String::CUTF8Char const url = file_EncodeURL(path.c_str());
     REQUIRE(static_cast<bool>(url) == !path.empty());
@@ -206,10 +226,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     {
         fuzz::Bytes const url = input.line();
         check_file_url(Text(url.begin(), url.end()));
+        // The same bytes as characters, the large ones too.
+        check_wide_url(fuzz::Input(data + 1, size - 1).text());
         break;
     }
     default:
-        check_file_path(input.text(fuzz::no_limit, 0xFFFFF));
+        check_file_path(input.text());
     }
     return 0;
 }

@@ -72,6 +72,21 @@ void check_characters(wchar_t const* source)
         at = source;
         REQUIRE(nqfW_utf8(byte_at, at) == (UTF8Size(character) != 0) && at == source + (UTF8Size(character) != 0));
         REQUIRE(byte_at == bytes.get() + UTF8Size(character) && bytes.is_intact_behind(UTF8Size(character)));
+        unsigned char twin_bytes[4];
+        REQUIRE(plain::encode_utf8(twin_bytes, character) == UTF8Size(character));
+        REQUIRE(std::equal(bytes.get(), byte_at, twin_bytes));
+
+        // As they are, and one unit always.
+        unsigned int value = ~character;
+        at = source;
+        REQUIRE(nqfW_nqfW32(&value, at) == 1 && at == source + 1 && value == character);
+        Guarded<wchar_t> wide(1);
+        wchar_t* wide_at = wide.get();
+        REQUIRE(nqfW32_nqfW(wide_at, character) == 1 && wide_at == wide.get() + 1 && wide.is_intact());
+        REQUIRE(*wide.get() == *source && nqfWSize(character) == 1 && nqfWLen(*source) == 1);
+        at = source;
+        nqfWSync(at);
+        REQUIRE(at == source);
     }
 }
 
@@ -83,6 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     unsigned long const limit = input.number(2);
     unsigned long const capacity = input.byte();
     std::wstring const text = input.text();
+    REQUIRE(nqfWChar_To_UTF8(nullptr, limit, nullptr, capacity) == 0);
 
     // A limit admits the unit behind it too.
     fuzz::Exact<wchar_t> const whole = fuzz::terminated<wchar_t>(text);

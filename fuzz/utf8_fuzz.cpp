@@ -103,12 +103,15 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     unsigned long const limit = input.number(2);
     unsigned long const capacity = input.byte();
     Bytes const text = input.bytes();
+    REQUIRE(UTF8_To_nqfWChar(nullptr, limit, nullptr, capacity) == 0);
 
     // The plain walk looks a little beyond its limit.
     Bytes slack = text;
     slack.resize(text.size() + 8);
-    fuzz::Exact<unsigned char> const unterminated(text);
-    fuzz::Exact<unsigned char> const whole = fuzz::terminated<unsigned char>(text);
+    // Words are read where they are aligned, so a text begins anywhere between two of them.
+    unsigned long const offset = capacity % 8;
+    fuzz::Exact<unsigned char> const unterminated(text, offset);
+    fuzz::Exact<unsigned char> const whole = fuzz::terminated<unsigned char>(text, offset);
     check_conversion(unterminated, std::min(limit, text.size()), slack.data(), capacity);
     for (unsigned long const far_limit : {limit, fuzz::no_limit, fuzz::no_limit / 2 + limit})
         check_conversion(whole, far_limit, slack.data(), capacity);

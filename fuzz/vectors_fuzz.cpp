@@ -74,6 +74,37 @@ void model_reserve(std::shared_ptr<Block>& block, unsigned long count)
         block = std::make_shared<Block>(Block{block ? block->elements : std::vector<int>(), count});
 }
 
+void model_alloc(std::shared_ptr<Block>& block, unsigned long made, unsigned long count)
+{
+    block = count == 0 ? nullptr : std::make_shared<Block>(Block{std::vector<int>(made, 0), count});
+}
+
+// A block of its own, of just the size that is in use. (No copy throws here: `clone` finalises a block that was left half
+// made as a whole.)
+template <class Element>
+void clone(CPObjectVector<Element>& vector, std::shared_ptr<Block>& block)
+{
+    REQUIRE(vector.clone() == 1);
+    if (block && block.use_count() > 1)
+        block = std::make_shared<Block>(Block{block->elements, block->elements.size()});
+}
+
+// A block of another type is not taken, one of the same type is.
+template <class Element>
+void assign_other(CPObjectVector<Element>& vector, std::shared_ptr<Block>& block, unsigned long drawn)
+{
+    CPObjectVector<Element> own;
+    CPPlainVector<long> other;
+    REQUIRE(own.Alloc(drawn % 4) == 1 && other.Insert(1, 0) == 1);
+    bool const is_taken = drawn % 8 < 4;
+    ORVA::Buffers::CPObjectMemory const& source =
+        is_taken ? static_cast<ORVA::Buffers::CPObjectMemory const&>(own) : other;
+    CPObjectVector<Element> const constructed(source);
+    REQUIRE(static_cast<bool>(constructed) == (is_taken && drawn % 4 != 0));
+    vector = source;
+    model_alloc(block, is_taken ? drawn % 4 : 0, is_taken ? drawn % 4 : 0);
+}
+
 int value_of(CountedElement const& element)
 {
     return element.value();
@@ -134,8 +165,7 @@ void run_objects(fuzz::Input& input)
                 break;
             case 3:
                 REQUIRE(vector.Alloc(drawn / 8) == 1);
-                block = drawn / 8 == 0 ? nullptr
-                                       : std::make_shared<Block>(Block{std::vector<int>(drawn / 8, 0), drawn / 8});
+                model_alloc(block, drawn / 8, drawn / 8);
                 break;
             case 4:
             case 5:
@@ -143,6 +173,47 @@ void run_objects(fuzz::Input& input)
             case 7:
                 REQUIRE(vector.Delete(index, (options & 1) != 0) == model_delete(block, index, (options & 1) != 0));
                 break;
+            case 12:
+            {
+                // A copy that throws leaves the vector as it was.
+                unsigned long const copies_to_go = 1 + input.below(24);
+                Element const item(step);
+                CountedElement::counters().throw_on_copy = copies_to_go;
+                try
+                {
+                    REQUIRE(vector.Insert(item, index) == 1);
+                    model_insert(block, step, index);
+                }
+                catch (support::ElementError const&)
+                {
+                }
+                CountedElement::counters().throw_on_copy = 0;
+                break;
+            }
+            case 13:
+                clone(vector, block);
+                break;
+            case 14:
+                assign_other(vector, block, drawn);
+                break;
+            case 15:
+            {
+                // A constructor that throws leaves those that were made.
+                CountedElement::counters().throw_on_make = drawn % 16 + 1;
+                bool is_thrown = false;
+                try
+                {
+                    REQUIRE(vector.Alloc(drawn / 16) == 1);
+                }
+                catch (support::ElementError const&)
+                {
+                    is_thrown = true;
+                }
+                CountedElement::counters().throw_on_make = 0;
+                REQUIRE(is_thrown == (drawn / 16 > drawn % 16));
+                model_alloc(block, is_thrown ? drawn % 16 : drawn / 16, drawn / 16);
+                break;
+            }
             case 8:
             case 9:
                 if (count_of(block) != 0)
