@@ -344,7 +344,9 @@ TEST_F(FileIO, full_disk_gives_a_short_write_and_then_an_error)
     in_fresh_process(
         [&]
         {
-            rlimit const limit = {1000, 1000};
+            rlimit limit = {0, 0};
+            ASSERT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &limit));
+            limit.rlim_cur = 1000;
             ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
             std::signal(SIGXFSZ, SIG_IGN);
             CFile file;

@@ -67,6 +67,12 @@ TEST(FileUrlEncode, each_byte_of_utf8_is_an_escape_in_upper_case)
     EXPECT_EQ("file:///%01", url_of(L"\x01"));
 }
 
+TEST(FileUrlEncode, backslashes_beside_other_characters_than_ascii_are_slashes_too)
+{
+    EXPECT_EQ("file:///%C3%A4/x/%E2%82%AC", url_of(L"\u00E4\\x\\\u20AC"));
+    EXPECT_EQ("file://srv/%C3%A4", url_of(L"\\\\srv\\\u00E4"));
+}
+
 TEST(FileUrlEncode, path_ends_at_a_character_that_utf8_does_not_hold)
 {
     EXPECT_EQ("file:///a", url_of({L'a', static_cast<wchar_t>(0x110000), L'b'}));

@@ -66,8 +66,11 @@ TEST(Debugger, is_absent_in_an_untraced_process_and_when_the_system_does_not_ans
     if (child == 0)
     {
         // Without a descriptor the question cannot be put.
-        rlimit const none = {0, 0};
-        if (::setrlimit(RLIMIT_NOFILE, &none) != 0 || ::open("/proc/self/status", O_RDONLY) >= 0)
+        rlimit limit = {0, 0};
+        if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+            ::_exit(exit_refused);
+        limit.rlim_cur = 0;
+        if (::setrlimit(RLIMIT_NOFILE, &limit) != 0 || ::open("/proc/self/status", O_RDONLY) >= 0)
             ::_exit(exit_refused);
         ::_exit(isDebuggerPresent() ? exit_traced : exit_not_traced);
     }

@@ -201,6 +201,29 @@ TEST(PoolStringUtf8, WithoutMemoryIsEmptyAndIsTriedAgain)
     EXPECT_EQ(narrow(string), "form without memory");
 }
 
+// What another thread may do between the look at the record and the publication, done there by this one.
+TEST(PoolStringUtf8, MadeTwiceAtOnceIsTheOneThatWasPublishedFirst)
+{
+    CPPoolString const string(L"form made twice at once");
+    unsigned char const* first = nullptr;
+    unsigned char const* second = nullptr;
+    {
+        AllocationFailure const meanwhile(
+            [&](unsigned long)
+            {
+                support::AllocationPause const pause;
+                first = form_of(string);
+                return false;
+            });
+        second = form_of(string);
+        EXPECT_EQ(meanwhile.attempts(), 1U);
+    }
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(second, first);
+    EXPECT_EQ(owned_by(string), first);
+    EXPECT_EQ(narrow(string), "form made twice at once");
+}
+
 TEST(PoolStringUtf8, OfTextThatHasNoSuchFormIsEmpty)
 {
     wchar_t const too_high[] = {L'a', static_cast<wchar_t>(0x110000), L'b', 0};

@@ -192,6 +192,19 @@ protected:
         return m_strings.find_record(key.record);
     }
 
+    // The entry of the second table is the last allocation but none of the index.
+    void add_to_the_first_table_alone(_cppoolstring& string)
+    {
+        for (unsigned long nth = 1;; ++nth)
+        {
+            ASSERT_LT(nth, 10u);
+            support::AllocationFailure const failing(nth);
+            if (m_strings.add(string) == string && failing.failures() == 1)
+                break;
+        }
+        ASSERT_FALSE(m_insensitive._holds(string));
+    }
+
     CCaseInsensitiveHash m_insensitive;
     PooledStrings m_strings{&m_insensitive};
 };
@@ -252,20 +265,13 @@ TEST_F(PooledStringsTest, forgets_what_is_disposed_of)
     EXPECT_EQ(find(L"kept"), &*held);
 }
 
-// The entry of the second table is the last allocation but none of the index; without it the pool has one handle less.
+// Without the entry of the second table the pool has one handle less.
 TEST_F(PooledStringsTest, keeps_a_string_that_the_second_table_could_not_take_while_somebody_holds_it)
 {
     _cppoolstring other = fresh(L"other");
     m_strings.add(other);
     _cppoolstring held = fresh(L"held");
-    for (unsigned long nth = 1;; ++nth)
-    {
-        ASSERT_LT(nth, 10u);
-        support::AllocationFailure const failing(nth);
-        if (m_strings.add(held) == held && failing.failures() == 1)
-            break;
-    }
-    ASSERT_FALSE(m_insensitive._holds(held));
+    ASSERT_NO_FATAL_FAILURE(add_to_the_first_table_alone(held));
     ASSERT_EQ(held.lockcnt(), 2u);
     for (int visit = 0; visit < 5; ++visit)
     {
@@ -281,6 +287,24 @@ TEST_F(PooledStringsTest, keeps_a_string_that_the_second_table_could_not_take_wh
     EXPECT_EQ(m_strings.DisposeTable(1000), 1);
     EXPECT_EQ(find(L"held"), nullptr);
     EXPECT_NE(find(L"other"), nullptr);
+}
+
+// Every string is asked about while there is one that the second table lacks: also those behind the first of a chain.
+TEST_F(PooledStringsTest, disposes_of_all_spellings_of_a_word_beside_a_string_that_the_second_table_could_not_take)
+{
+    for (wchar_t const* spelling : {L"word", L"Word", L"WORD"})
+    {
+        _cppoolstring string = fresh(spelling);
+        m_strings.add(string);
+    }
+    _cppoolstring held = fresh(L"held");
+    ASSERT_NO_FATAL_FAILURE(add_to_the_first_table_alone(held));
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_EQ(m_strings.GetNItems(), 4u);
+    EXPECT_EQ(m_strings.DisposeTable(1000), 1);
+    EXPECT_EQ(m_strings.GetNItems(), 1u);
+    EXPECT_EQ(m_insensitive.GetNItems(), 0u);
+    EXPECT_EQ(find(L"held"), &*held);
 }
 
 TEST_F(PooledStringsTest, takes_the_string_that_is_there_when_one_is_added_twice)

@@ -89,6 +89,14 @@ TEST(SpellingTable, FindTellsWordsOfOneKeyApart)
     EXPECT_EQ(text_of(tables.find(low.c_str())), low);
 }
 
+TEST(SpellingTable, FindPassesOverABlockOfAnotherType)
+{
+    CCaseInsensitiveHash table;
+    staticStringRecord key(L"Delta");
+    table.AddItem(key.record.info.sHashi, block_of_another_type(), ORVA::Lookup::eHashKeepEqual);
+    EXPECT_TRUE(is_null(table.Find(_cppoolstring(key))));
+}
+
 TEST(SpellingTable, DeleteOfTheHeadMovesTheSecondsContent)
 {
     LogRecorder recorder;

@@ -46,6 +46,40 @@ TEST(StringTable, StringsThatDifferOnlyAfterTheTenthCharacterAreOneIfTheirHashes
     EXPECT_EQ(text_of(tables.find(early_high.c_str())), early_high);
 }
 
+TEST(StringTable, ComparisonEndsAtAZeroInBothTexts)
+{
+    Tables tables;
+    _cppoolstring first;
+    first.create({6, 6, 77, 77}, L"ab\0cde");
+    _cppoolstring second;
+    second.create({6, 6, 77, 77}, L"ab\0xyz");
+    EXPECT_TRUE(tables.sensitive.Add(first) == first);
+    EXPECT_TRUE(tables.sensitive.Find(second) == first);
+    _cppoolstring other;
+    other.create({6, 6, 77, 77}, L"abc\0yz");
+    EXPECT_TRUE(is_null(tables.sensitive.Find(other)));
+}
+
+TEST(StringTable, TextIsNeverFoundForNoText)
+{
+    Tables tables;
+    _cppoolstring const text = tables.add(L"Zeta");
+    staticStringRecord key(L"Zeta");
+    key.record.pData = nullptr;
+    _cppoolstring textless(key);
+    EXPECT_TRUE(is_null(tables.sensitive.Find(textless)));
+    EXPECT_EQ(text.lockcnt(), 3U);
+}
+
+TEST(StringTable, FindPassesOverABlockOfAnotherType)
+{
+    Tables tables;
+    staticStringRecord const key(L"Zeta");
+    tables.sensitive.AddItem(key.record.info.sHash, block_of_another_type(), ORVA::Lookup::eHashKeepEqual);
+    EXPECT_TRUE(is_null(tables.find(L"Zeta")));
+    tables.sensitive.DeleteIndex(key.record.info.sHash);
+}
+
 TEST(StringTable, AddWithoutMemoryGivesTheNullString)
 {
     for (AllocationFailure::Duration const duration : {AllocationFailure::once, AllocationFailure::forever})

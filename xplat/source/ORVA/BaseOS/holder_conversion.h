@@ -50,7 +50,7 @@ template <class Target>
 Target* allocate_elements(unsigned long count, unsigned long element_size = sizeof(Target))
 {
     if (count > no_limit / element_size)
-        return nullptr;
+        return nullptr; // Not reached: no text is that long, and its length is what is asked for.
     return static_cast<Target*>(Core::OS::_falloc(count * element_size));
 }
 
@@ -77,7 +77,7 @@ ConvertedText<Target> convert_text(Source const* source, Measure measure, Conver
         return {nullptr, 0};
     unsigned long const count = measure(source, no_limit);
     if (count == no_limit)
-        return {nullptr, 0};
+        return {nullptr, 0}; // Not reached: no text is that long.
     Target* const text = allocate_elements<Target>(count + 1);
     if (!text)
         return {nullptr, count};

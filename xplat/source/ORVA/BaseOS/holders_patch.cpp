@@ -37,7 +37,7 @@ void CNQFWChar::patch_percent_s_with(wchar_t const* text)
         return;
     // The sum counts each place's own two characters too, so it is never less than what is written.
     if (text_length > (no_limit - 1 - len()) / places)
-        return;
+        return; // Not reached: memory holds no two texts of which one has as many places as the sum needs.
     unsigned long const patched_length = len() + places * text_length;
     wchar_t* const patched = allocate_elements<wchar_t>(patched_length + 1);
     if (!patched)

@@ -21,6 +21,7 @@ bool is_resolved(void const* word) noexcept
 
 void* resolved(void const* pointer) noexcept
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): bit 0 of a handle's word is a tag
     return reinterpret_cast<void*>(reinterpret_cast<unsigned long>(pointer) | resolved_bit);
 }
 
@@ -164,6 +165,7 @@ void CPINQFUnknown::_own(INQFUnknown* pointer) noexcept
 
 INQFUnknown* CPINQFUnknown::_held() const noexcept
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): bit 0 of a handle's word is a tag
     return static_cast<INQFUnknown*>(reinterpret_cast<void*>(reinterpret_cast<unsigned long>(m_word) & ~resolved_bit));
 }
 

@@ -20,6 +20,7 @@ bool report(char const* first, char const* second) noexcept
         Develop::OS::RTABox(first, second);
         return true;
     }
+    // Not reached: the log keeps what the logger throws.
     catch (...)
     {
         return false;
@@ -42,7 +43,7 @@ bool CPObjectMemory::_report_wrapped_count() noexcept
 bool CPObjectMemory::_report_unusable(tagCPOMEMHEADER const* header) noexcept
 {
     if (Core::load_relaxed(header->lRefCnt) == 0 && !_report_assumption("m_pMH->lRefCnt>0"))
-        return false;
+        return false; // Not reached: the report does not fail, for the reason above.
     return header->pVTbl != nullptr || _report_assumption("m_pMH->pVTbl");
 }
 
@@ -215,6 +216,7 @@ void CPObjectMemory::_destroy(tagCPOMEMHEADER* header)
     {
         Core::OS::_ffree(header);
     }
+    // Not reached: the heap throws nothing.
     catch (...)
     {
         Develop::OS::RTABox(point_reached, failed);

@@ -113,7 +113,7 @@ unsigned long nqfWChar_To_UTF8(wchar_t const* src, unsigned long srcLen, unsigne
         if (static_cast<unsigned int>(*src) >= 0x80)
         {
             if (nqfW_utf8(dst, src) == 0)
-                return 0;
+                return 0; // Not reached: what was measured with a size can be encoded.
             continue;
         }
         unsigned int run = 0;

@@ -61,7 +61,7 @@ private:
     static unsigned long tag_of_slot(unsigned long slot) noexcept { return slot >> (64 - tag_bits); }
     static tagSTRINGPOOLRECORD* record_of(unsigned long slot) noexcept
     {
-        return reinterpret_cast<tagSTRINGPOOLRECORD*>(slot & address_mask);
+        return reinterpret_cast<tagSTRINGPOOLRECORD*>(slot & address_mask); // NOLINT(performance-no-int-to-ptr): tagged
     }
 
     bool grow();

@@ -183,6 +183,7 @@ _cppoolstring& _cppoolstring::operator=(staticStringRecord& source)
     return *this;
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): as declared
 _cppoolstring& _cppoolstring::operator=(_cppoolstring&& source)
 {
     if (this != &source)

@@ -109,6 +109,7 @@ unsigned int CPPoolStringArray::_add_piece(wchar_t const* start, wchar_t const* 
 unsigned int CPPoolStringArray::Inflate(CPPoolString const& text, wchar_t separator)
 {
     // The text may be an entry of this array, or of one that shares its block.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): keeps what free() may release
     CPPoolString const held = text;
     free();
     wchar_t const* start = *held;

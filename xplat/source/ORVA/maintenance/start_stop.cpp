@@ -27,6 +27,7 @@ CPEvent fresh_event()
     {
         return CPEvent(true);
     }
+    // Not reached: where a lock needs nothing of the system, making one does not fail.
     catch (...)
     {
         return CPEvent(Buffers::CPObjectMemory::pnull);

@@ -298,6 +298,7 @@ bool _cEvent::_append_listener(_cEvent* listener)
     {
         return m_listeners.Insert(listener, m_listeners.GetCount()) != 0;
     }
+    // Not reached: a list of pointers gives 0 without memory, and copying them throws nothing.
     catch (...)
     {
         return false;
@@ -320,6 +321,7 @@ bool _cEvent::_remove_listener(_cEvent* listener)
             m_listeners.free();
         return true;
     }
+    // Not reached: a list of pointers has nothing to destroy.
     catch (...)
     {
         return false;

@@ -100,6 +100,7 @@ std::optional<bool> _cMultipleEvent::_attach(CPEvent const& event, _cEvent& plai
             m_events.Delete(index, true);
         return attached;
     }
+    // Not reached: the list gives 0 without memory, and a try for a lock throws nothing.
     catch (...)
     {
         return false;
@@ -128,6 +129,7 @@ std::optional<bool> _cMultipleEvent::_detach(_cEvent& plain)
             m_events.Delete(index, true);
         return detached;
     }
+    // Not reached: neither a try for a lock nor the release of an event throws.
     catch (...)
     {
         return false;
@@ -148,6 +150,7 @@ bool _cMultipleEvent::Set(_cEvent* pSource)
     {
         return signal(index);
     }
+    // Not reached: a signal keeps what its waiters and listeners throw.
     catch (...)
     {
         return false;

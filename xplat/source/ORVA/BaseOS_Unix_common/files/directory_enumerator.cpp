@@ -81,7 +81,7 @@ int CDirectoryEnumerator::GetNext(CFindData& data)
     dirent* entry;
     do
     {
-        entry = ::readdir(m_directory);
+        entry = ::readdir(m_directory); // NOLINT(concurrency-mt-unsafe): safe on streams of one's own
         if (entry == nullptr)
             return 0;
     } while (skipEntry(*entry));

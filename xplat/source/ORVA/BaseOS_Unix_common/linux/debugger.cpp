@@ -16,7 +16,7 @@ bool isDebuggerPresent()
     ssize_t const size = ::read(descriptor, status, sizeof status - 1);
     ::close(descriptor);
     if (size <= 0)
-        return false;
+        return false; // Not reached: the system lets a process read its own status once it is open.
     status[size] = '\0';
     static char const label[] = "\nTracerPid:";
     char const* const line = std::strstr(status, label);

@@ -43,6 +43,7 @@ bool is_process_locale()
 
 bool ascii_lowers_plainly()
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): safe in glibc, and no text is read
     char const* const locale = nl_langinfo(CODESET);
     if (locale == Core::load_relaxed(plain_locale))
         return true;
