@@ -81,7 +81,7 @@ public:
     void add(Line const& line);
 
     /// Counts one name that stands in no line. It must be UTF-8 and not empty.
-    Name const& add_name(std::string_view name);
+    Name const& add_name(std::string_view component);
 
     Totals const& totals() const { return m_totals; }
 

@@ -82,6 +82,7 @@ bool Directory::next(Entry& entry)
     do
     {
         errno = 0;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): safe on streams of one's own
         found = m_stream == nullptr ? nullptr : readdir(m_stream);
     } while (found != nullptr && is_the_directory_or_its_parent(found->d_name));
     if (found == nullptr)

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <new>
@@ -81,7 +80,7 @@ void read_file(std::string const& path, Input& input, LineSink const& sink)
     }
     ++input.files_unreadable;
     input.problems.push_back("cannot read " + (path == "-" ? "standard input" : "'" + escaped(path) + "'") + ": " +
-                             std::strerror(error));
+                             std::generic_category().message(error));
 }
 
 // Not the library's _TestDirExists(): that takes sockets and block devices for directories, and cannot be given a path

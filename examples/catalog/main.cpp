@@ -28,8 +28,8 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <new>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -49,7 +49,7 @@ void use_unicode_case()
 {
     for (char const* locale : {"C.UTF-8", "en_US.UTF-8", ""})
     {
-        if (std::setlocale(LC_CTYPE, locale) != nullptr)
+        if (std::setlocale(LC_CTYPE, locale) != nullptr) // NOLINT(concurrency-mt-unsafe): before there are threads
             return;
     }
 }
@@ -59,7 +59,7 @@ Status print(std::string const& text)
 {
     bool const written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (!written && errno != EPIPE)
-        std::fprintf(stderr, "catalog: cannot write the report: %s\n", std::strerror(errno));
+        std::fprintf(stderr, "catalog: cannot write the report: %s\n", std::generic_category().message(errno).c_str());
     return written ? success : failure;
 }
 

@@ -2,6 +2,7 @@
 /// Numbers for people.
 #pragma once
 
+#include <cmath>
 #include <string>
 
 namespace catalog
@@ -19,7 +20,7 @@ inline std::string grouped(unsigned long number)
 /// The same with one decimal, rounded: 1,234.5. For numbers that are not negative.
 inline std::string grouped_tenths(double number)
 {
-    unsigned long const tenths = static_cast<unsigned long>(number * 10 + 0.5);
+    unsigned long const tenths = static_cast<unsigned long>(std::lround(number * 10));
     return grouped(tenths / 10) + "." + std::to_string(tenths % 10);
 }
 

@@ -6,7 +6,6 @@
 #include "ORVA/Develop.h"
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -75,7 +74,7 @@ public:
     void unreadable(Place const& place, int error) override
     {
         ++m_tree.unread;
-        _list(m_tree.unread_directories, UnreadDirectory{place.path, std::strerror(error)});
+        _list(m_tree.unread_directories, UnreadDirectory{place.path, std::generic_category().message(error)});
     }
 
     // The distinct names of this tree alone.

@@ -14,7 +14,7 @@ std::string SharedObject::open()
 {
     m_handle = dlopen(m_path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_handle == nullptr)
-        return std::string("it cannot be loaded: ") + dlerror();
+        return std::string("it cannot be loaded: ") + dlerror(); // NOLINT(concurrency-mt-unsafe): of this thread
 
     std::string reason;
     auto const entry = reinterpret_cast<ComponentEntry>(dlsym(m_handle, "host_component"));
