@@ -138,7 +138,6 @@ TEST_F(ThrowingElement, LeavesAVectorAsItWasWhenItIsInsertedAndWhenItIsMoved)
                             EXPECT_EQ(vector.Insert(item, place), 1);
                         }
                         EXPECT_EQ(vector.GetCount(), static_cast<unsigned long>(count) + 1);
-                        EXPECT_EQ(Element::fuse.calls() + fuse.calls() > 0, true);
                     });
                 bool const grows = count % 16 == 0 && count != 0;
                 EXPECT_EQ(calls, grows ? static_cast<unsigned long>(count) + 1 : 1U);

@@ -360,7 +360,7 @@ TEST(OtherThreads, RunOutOfMemoryAtRandomAndLeaveAllWhole)
             faults::failed_allocations() += count;
         }
     }
-    EXPECT_GT(collections, 0U);
+    events::until([&] { return collections != 0; }, "a collection");
     for (Outcomes const* each :
          {&outcomes.get, &outcomes.form, &outcomes.query, &outcomes.variant, &outcomes.insertion, &outcomes.addition,
           &outcomes.clone, &outcomes.table, &outcomes.event, &outcomes.attachment, &outcomes.service, &outcomes.thread})

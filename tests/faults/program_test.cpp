@@ -3,9 +3,10 @@
 #include "faults/FaultTest.h"
 #include "faults/new_faults.h"
 
+#include "ORVA/Core.h"
+
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <new>
 
 #include <dirent.h>
@@ -17,8 +18,8 @@ extern "C" DIR* __wrap_opendir(char const* path);
 // The system's library takes its memory past `malloc` as the library sees it, so an opening counts as an allocation.
 extern "C" DIR* __wrap_opendir(char const* path)
 {
-    void* const memory = std::malloc(1);
-    std::free(memory);
+    void* const memory = ORVA::Core::OS::_falloc(1); // no compiler may leave this one out
+    ORVA::Core::OS::_ffree(memory);
     if (memory != nullptr)
         return __real_opendir(path);
     errno = ENOMEM;
@@ -104,13 +105,13 @@ TEST(FaultTest, WhatIsUndisturbedNeitherCountsNorFails)
     unsigned long const allocations = fail_each_allocation(
         [&failures](unsigned long)
         {
-            void* const disturbed = std::malloc(10);
+            void* const disturbed = ORVA::Core::OS::_falloc(10);
             failures += disturbed == nullptr;
-            std::free(disturbed);
+            ORVA::Core::OS::_ffree(disturbed);
             Undisturbed const pause;
-            void* const memory = std::malloc(10);
+            void* const memory = ORVA::Core::OS::_falloc(10);
             EXPECT_NE(memory, nullptr);
-            std::free(memory);
+            ORVA::Core::OS::_ffree(memory);
         });
     EXPECT_EQ(allocations, 1UL);
     EXPECT_EQ(failures, 2UL);

@@ -26,11 +26,11 @@ using namespace numerics;
 constexpr unsigned long thread_count = 8;
 
 // Runs `draw` in each thread, all begun together. The end of the program if they do not come back: nothing but a
-// generator that hangs takes a minute and a second for each million draws.
+// generator that hangs takes so long, on a machine that is busy with other things and under a sanitizer too.
 template <class Draw>
 void run_in_threads(unsigned long draws, Draw draw)
 {
-    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(60 + draws / 1000000);
+    auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(300 + draws / 100000);
     std::atomic<unsigned long> arrived{0};
     std::vector<std::future<void>> threads;
     for (unsigned long index = 0; index < thread_count; ++index)
@@ -176,7 +176,7 @@ TEST_P(SharedMTRandomStress, EveryWordIsDrawnOnceByThreadsThatAreHeldUpAnywhere)
     draw_in_threads_and_compare(GetParam(), Interruptions::take_part);
 }
 
-INSTANTIATE_TEST_SUITE_P(Short, SharedMTRandomStress, testing::Values(8000000UL));
+INSTANTIATE_TEST_SUITE_P(Short, SharedMTRandomStress, testing::Values(2000000UL));
 // Minutes. Run it with --gtest_also_run_disabled_tests in an optimised build.
 INSTANTIATE_TEST_SUITE_P(DISABLED_Long, SharedMTRandomStress, testing::Values(1000000000UL));
 

@@ -10,6 +10,7 @@
 #include <array>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 // Pooled strings in the hands of several threads, beside collections.
@@ -202,6 +203,7 @@ TEST_F(PoolRaces, tables_grow_beside_look_ups_and_walks)
                       unsigned long const now = CStringPool::GetSize();
                       faults.expect(now >= size);
                       size = now;
+                      std::this_thread::yield(); // the lock is not handed on fairly
                   }),
               0U);
     for (unsigned int index = 0; index < workers; ++index)

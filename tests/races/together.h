@@ -89,8 +89,9 @@ unsigned long faults_beside(unsigned int count, Work work, Meanwhile meanwhile)
                              return own;
                          }
                          Faults faults;
-                         while (ended < count)
+                         do
                              meanwhile(faults);
+                         while (ended < count);
                          return faults;
                      });
 }

@@ -20,7 +20,8 @@ command_abi() {
     ensure_compiler && ensure abigail-tools
     build dev --target ORVA
     describe_abi build/dev/libORVA.so "$fresh"
-    symbols=$(grep -c '<elf-symbol ' "$fresh")
+    symbols=$(grep -c '<elf-symbol ' "$fresh" || true)
+    [ "$symbols" -gt 0 ] || { echo "dev: no exported symbol was found in the library" >&2; exit 1; }
     if [ "${1:-}" = --record ]; then
         mkdir -p abi
         cp "$fresh" "$record"

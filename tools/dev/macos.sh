@@ -15,7 +15,7 @@ ensure_zig() {
         rm -rf "$place"
         mkdir -p "$place"
         cp tools/macos/package.json tools/macos/package-lock.json "$place"
-        (cd "$place" && npm install --no-audit --no-fund --ignore-scripts >npm.log 2>&1) \
+        (cd "$place" && npm ci --no-audit --no-fund --ignore-scripts >npm.log 2>&1) \
             || { cat "$place/npm.log" >&2; cannot_run_macos "npm did not install the compiler; is its registry in reach?"; }
         cp tools/macos/package-lock.json "$place/installed-lock.json"
     fi

@@ -76,7 +76,7 @@ public:
     /// Takes the reference of `source`, which becomes empty. No count changes.
     CPObjectMemory(CPObjectMemory&& source) noexcept : m_pMH(source.m_pMH) { source.m_pMH = nullptr; }
 
-    /// Releases the reference. An exception that a report lets out here ends the process.
+    /// Releases the reference.
     ~CPObjectMemory() { Free(m_pMH); }
 
     /// Releases the old block and becomes a second handle on the block of `source`.
@@ -88,7 +88,7 @@ public:
     }
 
     /// Releases the old block and takes the reference of `source`, which becomes empty.
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): reports may throw
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): part of the boundary as it is
     CPObjectMemory& operator=(CPObjectMemory&& source)
     {
         if (this != &source)

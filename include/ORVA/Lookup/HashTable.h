@@ -57,7 +57,7 @@ protected:
 ///
 /// Results of type `int` are 1 for success or completion and 0 otherwise. Operations that give an item return an empty
 /// handle where there is none. Exceptions of hooks, visitors and comparisons pass through to the caller. The entry in
-/// question stays then, what was removed before it is gone, and the operation has changed nothing else.
+/// question stays then, what was removed before it is gone, and the operation itself has changed nothing else.
 ///
 /// A look-up costs one mask and one search in a sorted array, with no allocation; insertion and removal move the
 /// entries behind by bytes. A bucket grows by 16 entries at a step.
@@ -118,7 +118,7 @@ public:
     int DeleteItem(unsigned long key, Buffers::CPObjectMemory const& item);
 
     /// Empties the whole bucket that `key` belongs to, whatever the keys of its entries, after `tblfinalize` of each.
-    /// Always 1.
+    /// Always 1. If a hook throws, all entries stay, those whose hook has returned included: a later call calls it again.
     int DeleteIndex(unsigned long key);
 
     /// Frees the index with all buckets and items, with no hook.

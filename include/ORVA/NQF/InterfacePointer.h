@@ -50,7 +50,7 @@ public:
     /// Asks what `source` holds for the root interface; empty on failure.
     CPINQFUnknown(CPINQFUnknown const& source);
 
-    /// As `free`. An exception that a report lets out here ends the process.
+    /// As `free`.
     virtual ~CPINQFUnknown();
 
     /// Releases what the handle holds and leaves it empty. A `Release` that throws is reported, and the handle is empty

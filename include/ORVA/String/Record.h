@@ -116,7 +116,7 @@ public:
 
     _cppoolstring& operator=(staticStringRecord& source);
     _cppoolstring& operator=(_cppoolstring const& source) = default;
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): reports may throw
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): part of the boundary as it is
     _cppoolstring& operator=(_cppoolstring&& source);
     /// As the constructor; a refused block leaves the null record.
     _cppoolstring& operator=(Buffers::CPObjectMemory const& source);

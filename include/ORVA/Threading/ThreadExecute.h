@@ -11,7 +11,8 @@ namespace ORVA::Threading
 class ORVA_API IThreadExecute
 {
 public:
-    /// Runs the body, on the thread. It must not throw: an exception would end the process.
+    /// Runs the body, on the thread. It must not throw: an exception, but for the interruption that `Terminate` brings,
+    /// would end the process.
     virtual void execute() = 0;
     /// How the body is getting on: 0 not started, 1 running, 2 ended by an exception, 3 ended. May be called from any
     /// thread.
