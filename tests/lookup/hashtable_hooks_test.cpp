@@ -405,4 +405,74 @@ TEST_F(HashTableHooks, DestructionOfItemsSeesABucketThatIsEmptied)
     EXPECT_EQ(table.GetNItems(), 1U);
 }
 
+// A bucket that a hook has put in the place of the one at work goes at the end of the operation. Its items see a table
+// without it.
+TEST_F(HashTableHooks, DestructionOfABucketThatAHookMadeSeesATableWithoutIt)
+{
+    int destroyed = 0;
+    auto const look = [&]
+    {
+        ++destroyed;
+        EXPECT_FALSE(table.FindItem(0x13, CPObjectMemory()));
+        EXPECT_FALSE(table.FindItem(0x23, CPObjectMemory()));
+    };
+    auto const replace_bucket = [&]
+    {
+        table.on_finalize = nullptr;
+        table.DeleteIndex(3);
+        table.AddItem(0x13, make_item(2, look), eHashKeepEqual);
+        table.AddItem(0x23, make_item(3, look), eHashKeepEqual);
+    };
+    visitor.answer = [&](unsigned long, CPObjectMemory&)
+    {
+        replace_bucket();
+        return false;
+    };
+    table.on_disposable = [&](CPObjectMemory const&)
+    {
+        replace_bucket();
+        return true;
+    };
+    std::vector<std::function<void()>> const operations = {
+        [&] { EXPECT_EQ(table.PurgeTable(&visitor), 1); },
+        [&] { EXPECT_EQ(table.DisposeTable(no_limit), 1); },
+        [&] { EXPECT_EQ(table.DeleteItem(0x03, make_item(1)), 1); },
+        [&] { EXPECT_EQ(table.DeleteIndex(3), 1); },
+    };
+    for (auto const& operation : operations)
+    {
+        destroyed = 0;
+        table.AddItem(0x03, make_item(1), eHashKeepEqual);
+        table.on_finalize = [&](CPObjectMemory const&) { replace_bucket(); };
+        operation();
+        EXPECT_EQ(destroyed, 2);
+        EXPECT_EQ(table.GetNItems(), 0U);
+        EXPECT_EQ(ProbeItem::live(), 0);
+    }
+}
+
+TEST_F(HashTableHooks, DestructionOfAnIndexThatAHookMadeSeesTheOneThatIsWrittenBack)
+{
+    bool is_destroyed = false;
+    fill({0x03});
+    table.on_finalize = [&](CPObjectMemory const&)
+    {
+        table.on_finalize = nullptr;
+        table.ClearTable();
+        table.AddItem(0x05,
+                      make_item(50,
+                                [&]
+                                {
+                                    is_destroyed = true;
+                                    EXPECT_FALSE(table.FindItem(0x05, CPObjectMemory()));
+                                    table.AddItem(0x06, make_item(60), eHashKeepEqual);
+                                }),
+                      eHashKeepEqual);
+    };
+    EXPECT_EQ(table.DeleteItem(0x03, make_item(1)), 1);
+    EXPECT_TRUE(is_destroyed);
+    EXPECT_EQ(table.ids(6), Ids{60});
+    expect_no_handle_left_over();
+}
+
 } // namespace

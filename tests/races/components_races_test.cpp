@@ -26,6 +26,10 @@ class ComponentRaces : public FactoryForThreads
 TEST_F(ComponentRaces, every_question_is_answered_or_not_while_the_factory_comes_and_goes)
 {
     constexpr unsigned int rounds = 1500;
+    _nqfUID answer = test_uid(1);
+    set_factory();
+    EXPECT_EQ(CPINQFUnknown::Factory_FindClass(test_uid(9), answer), 1) << "there is an answer while it is there";
+    EXPECT_EQ(CPINQFUnknown::Factory_Release(), 1);
     EXPECT_EQ(faults_of(threads,
                         [&](unsigned int index)
                         {

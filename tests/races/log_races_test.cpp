@@ -104,6 +104,9 @@ TEST_F(LogRaces, without_a_logger_now_and_then_each_message_arrives_once_or_not_
     unsigned int const before = first.messages;
     write_all(0);
     EXPECT_EQ(first.messages, before);
+    SetExternalLogger(first_logger);
+    write_all(0);
+    EXPECT_EQ(first.messages, before + messages);
 }
 
 std::atomic<unsigned int> reports{0};

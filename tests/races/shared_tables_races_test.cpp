@@ -1,3 +1,4 @@
+#include "ORVA/Buffers/Sort.h"
 #include "ORVA/Core.h"
 #include "ORVA/Files.h"
 #include "ORVA/Maintenance.h"
@@ -12,7 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -40,6 +40,13 @@ void add(std::string& to, wchar_t const* text)
 void add(std::string& to, unsigned char const* text)
 {
     to.append(reinterpret_cast<char const*>(text));
+}
+
+int in_order(void const* a, void const* b)
+{
+    auto const first = *static_cast<unsigned int const*>(a);
+    auto const second = *static_cast<unsigned int const*>(b);
+    return first < second ? -1 : (first == second ? 0 : 1);
 }
 
 // One of each of the functions that have no state of their own, on texts that depend on `round`: as bytes.
@@ -73,7 +80,7 @@ std::string results_of(unsigned int round, Buffers::CMachineCRC const& crc)
     std::vector<unsigned int> numbers(40);
     for (unsigned int index = 0; index < numbers.size(); ++index)
         numbers[index] = (index * 17 + round) % 41;
-    std::sort(numbers.begin(), numbers.end());
+    Buffers::Sort::vfqsort(numbers.data(), numbers.size(), sizeof(unsigned int), in_order);
     results.append(reinterpret_cast<char const*>(numbers.data()), numbers.size() * sizeof(unsigned int));
     return results;
 }

@@ -31,6 +31,17 @@ constexpr unsigned long not_found = ULONG_MAX;
 using Bucket = CBaseHashTable::Bucket;
 using HASHENTRY = CBaseHashTable::HASHENTRY;
 
+// Makes `place`, the index or a bucket's slot in it, a handle on the block of `block`. What stood there goes when it
+// stands there no longer: it may be another one than this operation has left there, with items whose destruction comes
+// back to the table.
+void put_in(CPObjectMemory& place, CPObjectMemory const& block)
+{
+    if (place == block)
+        return;
+    CPObjectMemory const former = std::move(place);
+    place = block;
+}
+
 // Takes the entry at `position` out of the bucket, and frees the block if it was the last one. The item is released
 // while its entry still stands in the table; should its destruction remove entries of this bucket, the gap is closed
 // where the entry stands then. The handle is therefore not destroyed in its place, which may be another entry's by
@@ -180,10 +191,10 @@ CPObjectMemory CBaseHashTable::AddItem(unsigned long key, CPObjectMemory const& 
         slot.free();
     int const inserted = bucket.Insert(entry, position);
     if (inserted || is_sole_owner)
-        slot = bucket;
+        put_in(slot, bucket);
     if (!inserted)
         return {};
-    cpIndex = index;
+    put_in(cpIndex, index);
     return std::move(entry.cpItem);
 }
 
@@ -224,8 +235,8 @@ int CBaseHashTable::DeleteItem(unsigned long key, CPObjectMemory const& item)
         while (position < bucket.GetCount() && bucket[position].uKey == key)
             remove_entry(bucket, position);
     }
-    index[key & uMask] = bucket;
-    cpIndex = index;
+    put_in(index[key & uMask], bucket);
+    put_in(cpIndex, index);
     return 1;
 }
 
@@ -238,9 +249,9 @@ int CBaseHashTable::DeleteIndex(unsigned long key)
     Bucket bucket = index[key & uMask];
     for (unsigned long position = 0; position < bucket.GetCount(); ++position)
         tblfinalize(bucket[position].cpItem);
-    index[key & uMask].free();
+    put_in(index[key & uMask], CPObjectMemory());
     bucket.free();
-    cpIndex = index;
+    put_in(cpIndex, index);
     return 1;
 }
 
@@ -313,7 +324,7 @@ int CBaseHashTable::PurgeTable(IBaseHashTableEnum* callback)
             remove_entry(bucket, position);
         }
         if (bucket.GetCount() == 0)
-            index[number].free();
+            put_in(index[number], CPObjectMemory());
     }
     return 1;
 }
@@ -340,16 +351,16 @@ int CBaseHashTable::DisposeTable(unsigned int uTimeLimit)
                     remove_entry(bucket, position);
             }
             if (bucket.GetCount() == 0)
-                index[number].free();
+                put_in(index[number], CPObjectMemory());
         }
         uDisposeNext = (uDisposeNext + 1) % uBuckets;
         if (Core::OS::GetTimeNow() - start > uTimeLimit)
         {
-            cpIndex = index;
+            put_in(cpIndex, index);
             return 0;
         }
     }
-    cpIndex = index;
+    put_in(cpIndex, index);
     return 1;
 }
 
