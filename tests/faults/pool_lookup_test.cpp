@@ -156,7 +156,8 @@ TEST(PoolLookup, APooledStringIsItselfOrNull)
                     EXPECT_TRUE(form->find(text) == pooled);
                     expect_whole_pool();
                 });
-            EXPECT_EQ(refused, 2U);
+            // Where one allocation fails alone, a text is found when it is to be added; a submitter's is not.
+            EXPECT_EQ(refused, form == &gets[5] ? 2U : 1U);
         }
     }
     expect_collected(text);
