@@ -15,8 +15,12 @@ ensure_zig() {
         rm -rf "$place"
         mkdir -p "$place"
         cp tools/macos/package.json tools/macos/package-lock.json "$place"
-        (cd "$place" && npm ci --no-audit --no-fund --ignore-scripts >npm.log 2>&1) \
-            || { cat "$place/npm.log" >&2; cannot_run_macos "npm did not install the compiler; is its registry in reach?"; }
+        (cd "$place" && npm install --no-audit --no-fund --ignore-scripts >npm.log 2>&1) \
+            || {
+                cat "$place/npm.log" >&2
+                ! grep -q EINTEGRITY "$place/npm.log" || exit 1
+                cannot_run_macos "npm did not install the compiler; is its registry in reach?"
+            }
         cp tools/macos/package-lock.json "$place/installed-lock.json"
     fi
     export ZIG_GLOBAL_CACHE_DIR=$PWD/$place/cache ZIG_LOCAL_CACHE_DIR=$PWD/$place/cache
