@@ -37,17 +37,7 @@ protected:
     void SetUp() override
     {
         FactoryRegistry::SetUp();
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Reverb");
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_UID>(), test_uid(9));
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_TypeID>(), test_uid(10));
-        component.set(__nqf_uuidof<REFID_phldr_VQXATTR_Component_PluginID>(), test_uid(11));
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Vendor>(), L"Maker");
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Effects");
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_VendorID>(), test_uid(12));
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MajorVersion>(), 1U);
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MinorVersion>(), 2U);
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_PatchVersion>(), 3U);
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_BuildVersion>(), 4U);
+        support::fill_in(component, plugin);
         factory.definitions = {{test_uid(9), &component}, {test_uid(11), &plugin}};
         set_factory();
         info.sSizeStruct = sizeof info;

@@ -49,15 +49,7 @@ class Framework
 public:
     Framework()
     {
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Reverb");
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_UID>(), test_uid(9));
-        component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_TypeID>(), test_uid(10));
-        component.set(__nqf_uuidof<REFID_phldr_VQXATTR_Component_PluginID>(), test_uid(11));
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Vendor>(), L"Maker");
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Effects");
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_VendorID>(), test_uid(12));
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MajorVersion>(), 1U);
-        plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MinorVersion>(), 2U);
+        support::fill_in(component, plugin);
         factory.definitions = {{test_uid(9), &component}, {test_uid(11), &plugin}};
         EXPECT_EQ(CPINQFUnknown::Factory_Set(&factory), 1);
     }

@@ -199,4 +199,21 @@ private:
     int give_or_fail(std::string const& call, Counted* object, int without, void** out);
 };
 
+/// Gives a component and its plug-in all the attributes that a description is made of: "Reverb" of "Effects" 1.2.3.4 by
+/// "Maker", with the identifiers 9 (definition), 10 (type), 11 (plug-in) and 12 (vendor).
+inline void fill_in(DefinitionDouble& component, DefinitionDouble& plugin)
+{
+    component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Reverb");
+    component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_UID>(), test_uid(9));
+    component.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_TypeID>(), test_uid(10));
+    component.set(__nqf_uuidof<REFID_phldr_VQXATTR_Component_PluginID>(), test_uid(11));
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Vendor>(), L"Maker");
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_Name>(), L"Effects");
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_VendorID>(), test_uid(12));
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MajorVersion>(), 1U);
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_MinorVersion>(), 2U);
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_PatchVersion>(), 3U);
+    plugin.set(__nqf_uuidof<REFID_phldr_NQFATTR_Definition_BuildVersion>(), 4U);
+}
+
 } // namespace support

@@ -6,10 +6,11 @@ most_seeds=400
 most_seed_bytes=$((1024 * 1024))
 
 # Runs one harness for a time, and tells what came of it in one line. The corpus it makes, its log and what it finds are
-# kept; the seeds in fuzz/corpus are only read.
+# kept; the seeds in fuzz/corpus are only read. The file "clean" says that it ran to its end and found nothing.
 fuzz_one() {
     local harness=$1 seconds=$2 runs="build/fuzz/runs/$1" options=() status=0 executions coverage
     mkdir -p "$runs/corpus" "$runs/findings"
+    rm -f "$runs/clean"
     [ ! -f "fuzz/$harness.dict" ] || options+=("-dict=fuzz/$harness.dict")
     ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 \
         "build/fuzz/fuzz/${harness}_fuzz" -max_total_time="$seconds" -timeout=20 -print_final_stats=1 \
@@ -18,15 +19,13 @@ fuzz_one() {
     executions=$(sed -nE 's/^stat::number_of_executed_units: *//p' "$runs/log" | tail -n 1)
     coverage=$(sed -nE 's/^#[0-9]+.* cov: ([0-9]+) .* corp: ([0-9]+)\/.*/\1 \2/p' "$runs/log" | tail -n 1)
     printf '%-16s %12s %8s %8s\n' "$harness" "${executions:--}" ${coverage:-- -}
-    [ "$status" -eq 0 ] || echo "$harness" >>build/fuzz/runs/failed
+    [ "$status" -ne 0 ] || touch "$runs/clean"
 }
 
 fuzz_all() {
-    local seconds=$1 harness
+    local seconds=$1 harness status=0
     shift
     build fuzz --target fuzzers
-    mkdir -p build/fuzz/runs
-    rm -f build/fuzz/runs/failed
     printf '%-16s %12s %8s %8s\n' harness executions edges corpus
     for harness in "$@"; do
         while [ "$(jobs -rp | wc -l)" -ge "$jobs" ]; do
@@ -35,13 +34,14 @@ fuzz_all() {
         fuzz_one "$harness" "$seconds" &
     done
     wait
-    [ -f build/fuzz/runs/failed ] || return 0
-    while read -r harness; do
+    for harness in "$@"; do
+        [ ! -f "build/fuzz/runs/$harness/clean" ] || continue
+        status=1
         echo "dev: $harness has a finding; its log is build/fuzz/runs/$harness/log, the inputs are:" >&2
         ls "build/fuzz/runs/$harness/findings"/* >&2 || true
-        tail -n 40 "build/fuzz/runs/$harness/log" >&2
-    done <build/fuzz/runs/failed
-    return 1
+        tail -n 40 "build/fuzz/runs/$harness/log" >&2 || true
+    done
+    return "$status"
 }
 
 # Runs the seeds of one harness and what fuzzing has made of them, once each, and tells in one line how much of the

@@ -73,19 +73,25 @@ command_memcheck() {
     ensure_compiler && ensure libgtest-dev libgmock-dev valgrind libc6-dbg
     build dev
     rm -rf "$runs" && mkdir -p "$runs"
-    local test wanted=" $* "
+    local test wanted=" $* " started=0
     printf '%-20s %6s %6s\n' test tests errors
     while read -r -a test; do
         [ $# -eq 0 ] || [[ $wanted == *" ${test[0]} "* ]] || continue
         while [ "$(jobs -rp | wc -l)" -ge 2 ]; do
             wait -n || true
         done
+        started=$((started + 1))
         memcheck_one "${test[@]}" &
     done < <(memcheck_list)
     wait
+    if [ $# -gt 0 ] && [ "$started" -ne $# ]; then
+        echo "dev: not each of the tests named is one that ctest knows" >&2
+        return 1
+    fi
     local programs tests errors failed
     read -r programs tests errors failed < <(awk '{ ++programs; tests += $2; errors += $3; failed += $4 == "failed" }
         END { print programs + 0, tests + 0, errors + 0, failed + 0 }' "$runs/summary")
     echo "memcheck: $programs programs, $tests tests run, $errors errors, $failed programs failed; logs are in $runs"
-    [ "$programs" -gt 0 ] && [ "$errors" -eq 0 ] && [ "$failed" -eq 0 ]
+    [ "$programs" -eq "$started" ] || echo "dev: $started programs were started, and not each told how it ended" >&2
+    [ "$programs" -gt 0 ] && [ "$programs" -eq "$started" ] && [ "$errors" -eq 0 ] && [ "$failed" -eq 0 ]
 }

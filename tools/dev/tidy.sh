@@ -10,6 +10,8 @@ command_tidy() {
     # shellcheck disable=SC2154 # jobs is the one of ./dev
     if ! printf '%s\0' "${files[@]}" |
         xargs -0 -n 1 -P "$jobs" clang-tidy -p build/tidy --quiet >"$log" 2>"$log.rest"; then
+        # Where it ended without one, the last that it said tells why.
+        grep -qh 'error: ' "$log" "$log.rest" || tail -n 20 "$log.rest" >&2
         # A finding in a header comes once for each source that includes it.
         sed -nE "s|^($PWD/)?(.*error: .*)|\\2|p" "$log" "$log.rest" | sort -u >&2
         echo "dev: clang-tidy has findings; all that it says is in $log" >&2
