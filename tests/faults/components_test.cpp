@@ -99,7 +99,7 @@ void expect_description_with_missing_texts(Describe describe)
                 EXPECT_TRUE(support::same(info.uidType, test_uid(10)));
                 EXPECT_TRUE(support::same(info.uidVendor, test_uid(12)));
                 EXPECT_EQ(info.uMajorVersion, 1U);
-                EXPECT_EQ(info.uPatchVersion, 0U);
+                EXPECT_EQ(info.uBuildVersion, 4U);
                 EXPECT_EQ(describe(info), 1);
                 EXPECT_EQ(text_of(info.sName) + text_of(info.sVendor) + text_of(info.sPluginName),
                           L"ReverbMakerEffects");
