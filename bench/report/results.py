@@ -7,7 +7,7 @@ import statistics
 
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 GOAL = re.compile(r"(<=?) *([0-9]+(?:\.[0-9]+)?)")
-SIZE = re.compile(r"(?P<head>.*)/(?:(?P<argument>[A-Za-z_]+):)?(?P<size>[0-9]+)")
+SIZE = re.compile(r"(?P<head>.*)/(?:(?P<argument>[A-Za-z_]+):)?(?P<size>[0-9]+)(?P<tail>/(?:real|manual)_time)?")
 
 # scale.json is of another form, and drawn by itself.
 SCALE = "scale"
@@ -130,8 +130,17 @@ class Comparison:
         if own.real != peer.real:
             raise Mistake(f"'{goal.title}' compares real time with CPU time: one of the two lacks UseRealTime()")
         self.own, self.peer = own.median(), peer.median()
+        if min(self.own, self.peer) <= 0:
+            raise Mistake(f"'{goal.title}': one of the two took no time, so nothing was measured")
         self.ratio = self.own / self.peer
         self.met = goal.met_by(self.ratio)
+
+
+def split_size(name):
+    """The name of the series that a benchmark belongs to, the name of the argument, if it has one, and the size.
+    Nothing for a benchmark without a size."""
+    match = SIZE.fullmatch(name)
+    return (match["head"] + (match["tail"] or ""), match["argument"], int(match["size"])) if match else None
 
 
 class Program:
@@ -161,17 +170,16 @@ class Program:
         the argument and a list of (size, nanoseconds)."""
         series = {}
         for name, times in self.results.benchmarks.items():
-            match = SIZE.fullmatch(name)
-            if match:
-                _, points = series.setdefault(match["head"], (match["argument"], []))
-                points.append((int(match["size"]), times.median()))
+            if split_size(name):
+                head, argument, size = split_size(name)
+                series.setdefault(head, (argument, []))[1].append((size, times.median()))
         series = {head: found for head, found in series.items() if len(found[1]) >= 3}
         groups = []
         own_heads = set()
         for comparison in self.comparisons:
-            ends = [SIZE.fullmatch(name) for name in (comparison.goal.own, comparison.goal.peer)]
-            heads = [end["head"] for end in ends if end]
-            if len(heads) != 2 or not all(head in series for head in heads):
+            ends = [split_size(name) for name in (comparison.goal.own, comparison.goal.peer)]
+            heads = [end[0] for end in ends if end and end[0] in series]
+            if len(heads) != 2:
                 continue
             own_heads.add(heads[0])
             joined = [group for group in groups if any(head in group for head in heads)]

@@ -93,9 +93,9 @@ def page(programs, pictures, mistakes):
     lines = ["# Measured", "",
              "Written by `./dev bench`; [how to read, run and add a benchmark](../README.md), "
              "[why it is as fast as it is](../../docs/performance.md).", "",
-             "The ratio is the library's time by the peer's, medians of repetitions in one run: below 1 the library",
-             "is faster. Times are CPU time of one operation, and time on the clock where threads or files are at work.",
-             "",
+             "The ratio is the library's time by the peer's, medians of repetitions in one run: below 1 the",
+             "library is faster. Times are CPU time of one operation, and time on the clock where threads or",
+             "files are at work.", "",
              f"**{met} of {judged} goals are met.**", ""]
     if mistakes:
         lines += ["**This page is not complete:**", ""] + [f"- {mistake}" for mistake in mistakes] + [""]

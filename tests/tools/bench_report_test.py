@@ -162,6 +162,11 @@ class Report(InDirectory):
             pathlib.Path("results/some.json").write_text(text, encoding="utf-8")
             self.assertEqual(self.report()[0], 1, text)
 
+    def test_fails_if_a_benchmark_took_no_time(self):
+        for own, peer in ((0, 1), (1, 0)):
+            self.write("some", "a ; own ; peer ; -", [run("own", own), run("peer", peer)])
+            self.assertEqual(self.report()[0], 1)
+
     def test_a_mistake_in_one_program_leaves_the_others(self):
         self.write("bad", "a ; b", [run("own", 1)])
         self.write("good", "a title ; own ; peer ; -", [run("own", 1), run("peer", 2)])
@@ -193,7 +198,7 @@ class Report(InDirectory):
 
 class Sweeps(InDirectory):
     def sweeps(self, goals, names):
-        self.write("some", goals, [run(name, index + 1.0) for index, name in enumerate(names)])
+        self.write("some", goals, [run(name, index + 1.0, real=index + 1.0) for index, name in enumerate(names)])
         programs, mistakes = results.find_programs(".", "results")
         self.assertEqual(mistakes, [])
         return programs[0].sweeps()
@@ -208,6 +213,11 @@ class Sweeps(InDirectory):
         found = self.sweeps("a ; own/size:1 ; peer/size:1 ; -",
                             [f"{who}/size:{n}" for who in ("own", "peer") for n in (1, 2, 3)])
         self.assertEqual([series[2] for series in found[0]], ["size", "size"])
+
+    def test_the_kind_of_time_may_follow_the_size(self):
+        found = self.sweeps("a ; own/1/real_time ; peer/1/real_time ; -",
+                            [f"{who}/{n}/real_time" for who in ("own", "peer") for n in (1, 2, 3)])
+        self.assertEqual([series[0] for series in found[0]], ["own/real_time", "peer/real_time"])
 
     def test_two_sizes_are_none(self):
         self.assertEqual(self.sweeps("a ; own/1 ; peer/1 ; -", ["own/1", "own/2", "peer/1", "peer/2"]), [])
