@@ -6,7 +6,8 @@ try_results=build/bench/results
 
 ensure_bench() {
     ensure_compiler
-    ensure libbenchmark-dev libboost-dev libabsl-dev libglib2.0-dev liblzma-dev libicu-dev libxxhash-dev pkg-config valgrind
+    ensure libbenchmark-dev libboost-dev libabsl-dev libglib2.0-dev liblzma-dev libicu-dev libxxhash-dev \
+        pkg-config valgrind wamerican
 }
 
 ensure_report() {
