@@ -1,4 +1,5 @@
-// The names that the benchmarks work on: the base names of all files that this machine's packages have installed.
+// The names that the benchmarks work on: the base names of all files that this machine's packages have installed, and
+// the words of its dictionary.
 #pragma once
 
 #include <algorithm>
@@ -35,6 +36,9 @@ inline std::vector<std::wstring> const& corpus()
             for (std::string line; std::getline(lines, line);)
                 found.push_back(line.substr(line.rfind('/') + 1));
         }
+        std::ifstream words("/usr/share/dict/words");
+        for (std::string word; std::getline(words, word);)
+            found.push_back(word);
         std::sort(found.begin(), found.end());
         found.erase(std::unique(found.begin(), found.end()), found.end());
         std::vector<std::wstring> wide;
@@ -47,6 +51,17 @@ inline std::vector<std::wstring> const& corpus()
         return wide;
     }();
     return names;
+}
+
+// The text of a number: the names in turn, and from the second round on each with the number of the round behind it.
+inline std::wstring numbered_name(std::size_t number)
+{
+    auto const& names = corpus();
+    std::size_t const round = number / names.size();
+    std::wstring text = names[number % names.size()];
+    if (round != 0)
+        text += L'-' + std::to_wstring(round);
+    return text;
 }
 
 } // namespace bench

@@ -40,6 +40,16 @@ protected:
                &wanted;
     }
 
+    bool shows(tagSTRINGPOOLRECORD const& wanted)
+    {
+        tagSTRINGPOOLRECORD const* visited = nullptr;
+        bool const told = m_index.visit_visible(
+            wanted.info.sHash, [&](tagSTRINGPOOLRECORD const& found) { return &found == &wanted; },
+            [&](tagSTRINGPOOLRECORD const& found) { visited = &found; });
+        EXPECT_EQ(visited, told ? &wanted : nullptr);
+        return told;
+    }
+
     // The number of records of a hash that the index offers.
     unsigned long count(unsigned long hash) const
     {
@@ -102,6 +112,48 @@ TEST_F(RecordIndexTest, removing_what_is_not_there_changes_nothing)
     EXPECT_TRUE(holds(*m_records[0]));
 }
 
+TEST_F(RecordIndexTest, keeps_hidden_records_from_visitors_and_finds_them)
+{
+    tagSTRINGPOOLRECORD& first = record(9);
+    tagSTRINGPOOLRECORD& second = record(9);
+    m_index.add(first);
+    m_index.add(second);
+    EXPECT_TRUE(shows(first));
+    m_index.hide(first);
+    m_index.hide(first);
+    EXPECT_FALSE(shows(first));
+    EXPECT_TRUE(holds(first));
+    EXPECT_TRUE(shows(second));
+    m_index.show(first);
+    EXPECT_TRUE(shows(first));
+    m_index.show(first);
+    EXPECT_TRUE(shows(first));
+    EXPECT_FALSE(shows(record(9)));
+}
+
+TEST_F(RecordIndexTest, hides_and_shows_nothing_that_is_not_there)
+{
+    m_index.hide(record(1));
+    m_index.show(record(1));
+    m_index.add(record(1));
+    m_index.hide(*m_records[0]);
+    m_index.show(*m_records[1]);
+    EXPECT_TRUE(shows(*m_records[2]));
+    EXPECT_FALSE(shows(*m_records[0]));
+}
+
+// A thread has one place: where it is at work already it is not let in, and has to take the lock.
+TEST_F(RecordIndexTest, lets_one_visitor_into_a_place)
+{
+    m_index.add(record(5));
+    bool inner = true;
+    EXPECT_TRUE(m_index.visit_visible(
+        5, [](tagSTRINGPOOLRECORD const&) { return true; },
+        [&](tagSTRINGPOOLRECORD const& found) { inner = shows(found); }));
+    EXPECT_FALSE(inner);
+    EXPECT_TRUE(shows(*m_records[0])) << "the place is free again";
+}
+
 // Few hashes make long runs of slots with many homes, which is where closing a gap can go wrong.
 TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
 {
@@ -109,6 +161,7 @@ TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
     {
         RecordIndex index;
         std::set<tagSTRINGPOOLRECORD*> model;
+        std::set<tagSTRINGPOOLRECORD*> hidden;
         std::mt19937_64 random(spread);
         for (int step = 0; step < 6000; ++step)
         {
@@ -122,16 +175,33 @@ TEST_F(RecordIndexTest, agrees_with_a_set_under_random_operations)
             {
                 auto const victim =
                     std::next(model.begin(), static_cast<long>(random() % std::min(model.size(), 20UL)));
-                index.remove(**victim);
-                model.erase(victim);
+                switch (random() % 4)
+                {
+                case 0:
+                    index.hide(**victim);
+                    hidden.insert(*victim);
+                    break;
+                case 1:
+                    index.show(**victim);
+                    hidden.erase(*victim);
+                    break;
+                default:
+                    index.remove(**victim);
+                    hidden.erase(*victim);
+                    model.erase(victim);
+                }
             }
             if (step % 500 != 0)
                 continue;
             for (auto const& each : m_records)
             {
-                bool const found =
-                    index.find(each->info.sHash, [&](tagSTRINGPOOLRECORD const& r) { return &r == each.get(); });
-                ASSERT_EQ(found, model.count(each.get()) != 0) << "step " << step << " spread " << spread;
+                auto const is_wanted = [&](tagSTRINGPOOLRECORD const& candidate) { return &candidate == each.get(); };
+                bool const is_there = model.count(each.get()) != 0;
+                bool const is_visible = is_there && hidden.count(each.get()) == 0;
+                ASSERT_EQ(index.find(each->info.sHash, is_wanted) != nullptr, is_there) << "step " << step;
+                ASSERT_EQ(index.visit_visible(each->info.sHash, is_wanted, [](tagSTRINGPOOLRECORD const&) {}),
+                          is_visible)
+                    << "step " << step;
             }
         }
         m_records.clear();
@@ -213,7 +283,7 @@ TEST_F(PooledStringsTest, finds_the_same_when_the_index_has_given_up)
 {
     static constexpr int crowded = 768;
     static constexpr int full = 896;
-    static constexpr unsigned long size_of_a_larger_index = 2048 * sizeof(unsigned long);
+    static constexpr unsigned long size_of_a_larger_index = 2 * sizeof(unsigned long) + 2048 * sizeof(unsigned long);
 
     // The growth of the index is the last allocation of an addition; a twin, which grows as it should, tells how many
     // come before.

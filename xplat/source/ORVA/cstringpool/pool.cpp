@@ -11,14 +11,19 @@ namespace ORVA::String
 namespace
 {
 
-// What a look-up searches by.
+// What a look-up searches by: under the pool's lock, and before that without it.
 struct BySpelling
 {
+    static bool take_without_lock(tagSTRINGPOOLRECORD const& key, _cppoolstring& result)
+    {
+        return g_sensitive_table.take_without_lock(key, result);
+    }
     static tagSTRINGPOOLRECORD* find(tagSTRINGPOOLRECORD const& key) { return g_sensitive_table.find_record(key); }
 };
 
 struct ByFoldedSpelling
 {
+    static bool take_without_lock(tagSTRINGPOOLRECORD const&, _cppoolstring&) { return false; }
     static tagSTRINGPOOLRECORD* find(tagSTRINGPOOLRECORD const& key)
     {
         Buffers::CPObjectMemory const* const found = g_insensitive_table._find(key);
@@ -26,25 +31,18 @@ struct ByFoldedSpelling
     }
 };
 
-// Takes the handle of a pooled record that was found. A find keeps the string: its visits are counted from here anew. The
-// age is written only where it changes, so that look-ups leave the records' memory alone.
-_cppoolstring take_found(tagSTRINGPOOLRECORD& found)
-{
-    if (found.age != 0)
-        found.age = 0;
-    return _cppoolstring::_share(found);
-}
-
 // The look-up of a source that has text. `make` gets the handle to fill where there is no such string yet.
 template <class Search, class Make>
 _cppoolstring find_or_make(staticStringRecord& key, Make make)
 {
     _cppoolstring result;
+    if (Search::take_without_lock(key.record, result))
+        return result;
     under_lock(
         [&]
         {
             if (tagSTRINGPOOLRECORD* const found = Search::find(key.record))
-                result = take_found(*found);
+                result = g_sensitive_table.take(*found);
             else
                 make(result);
         });
@@ -191,7 +189,7 @@ _cppoolstring CStringPool::GetStringRef(IStringSubmitter* submitter)
         [&]
         {
             if (tagSTRINGPOOLRECORD* const found = BySpelling::find(*made))
-                result = take_found(*found);
+                result = g_sensitive_table.take(*found);
             else
                 result = g_sensitive_table.add(made);
         });

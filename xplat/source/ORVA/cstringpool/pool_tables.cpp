@@ -22,9 +22,6 @@ namespace
 // 2 to the power of this many buckets. With 200,000 strings a bucket holds about 50 entries, and the index takes 32 KB.
 constexpr unsigned int direct_index_length = 12;
 
-// The pool's own handles on a string: one in each table.
-constexpr unsigned int handles_of_the_pool = 2;
-
 // The number of visits without an outside handle after which a string is disposed of.
 constexpr unsigned int age_of_disposal = 2;
 

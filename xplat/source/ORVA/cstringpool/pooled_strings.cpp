@@ -14,6 +14,24 @@ tagSTRINGPOOLRECORD* PooledStrings::find_record(tagSTRINGPOOLRECORD const& key)
     return found == nullptr ? nullptr : static_cast<tagSTRINGPOOLRECORD*>(found->get_ptr());
 }
 
+bool PooledStrings::take_without_lock(tagSTRINGPOOLRECORD const& key, _cppoolstring& result)
+{
+    return m_index.visit_visible(
+        key.info.sHash, [&](tagSTRINGPOOLRECORD const& record) { return is_one_string(record, key); },
+        [&](tagSTRINGPOOLRECORD& record) { result = _cppoolstring::_share(record); });
+}
+
+// The age is written only where it changes, so that look-ups leave the records' memory alone.
+_cppoolstring PooledStrings::take(tagSTRINGPOOLRECORD& found)
+{
+    if (found.age != 0)
+    {
+        found.age = 0;
+        m_index.show(found);
+    }
+    return _cppoolstring::_share(found);
+}
+
 _cppoolstring PooledStrings::add(_cppoolstring& s)
 {
     _cppoolstring result;
@@ -51,7 +69,17 @@ bool PooledStrings::isDisposable(Buffers::CPObjectMemory const& item)
     _cppoolstring stand_in;
     if (is_in_this_table_alone(item))
         stand_in = item;
-    return CCaseSensitiveHash::isDisposable(item);
+    tagSTRINGPOOLRECORD& record = *static_cast<tagSTRINGPOOLRECORD*>(item.get_ptr());
+    bool const was_hidden = record.age != 0;
+    // In use, as far as can be told without hiding it first: nothing is to be decided.
+    if (!was_hidden && item.lockcnt() != handles_of_the_pool)
+        return false;
+    if (!was_hidden)
+        m_index.hide(record);
+    bool const is_disposable = CCaseSensitiveHash::isDisposable(item);
+    if (record.age == 0)
+        m_index.show(record);
+    return is_disposable;
 }
 
 void PooledStrings::tblfinalize(Buffers::CPObjectMemory const& item)
