@@ -384,4 +384,49 @@ TEST_F(RationalArithmetic, ComponentsAtTheirEndsAreThoseOfTheTwin)
                 ASSERT_NO_FATAL_FAILURE(expect_twin(operation, a, b, recorder));
 }
 
+// -a/1 times 1/b, and with other signs: reduced by the one divisor of a and b, whose sign shows. Small divisors are looked
+// up, so the ends of the table are among these.
+TEST_F(RationalProduct, AllDivisorsOfSmallNumbersHaveTheSignThatTheDivisionsLeave)
+{
+    for (int a = -150; a <= 150; ++a)
+        for (int b = -150; b <= 150; ++b)
+        {
+            plain::Rational const product = plain::multiply({a, 1, 0}, {1, b, 0});
+            plain::Rational const other = plain::multiply({1, a, 0}, {b, 1, 0});
+            if (!is(raw(a, 1) * raw(1, b), product) || !is(raw(1, a) * raw(b, 1), other))
+                FAIL() << a << ' ' << b;
+        }
+}
+
+// The two divisors of a product are found side by side, and one may be found long before the other.
+TEST_F(RationalProduct, DivisorsOfAllSizesHaveTheSignThatTheDivisionsLeave)
+{
+    std::mt19937_64 engine(12);
+    auto const component = [&engine](unsigned long bits)
+    {
+        int const size = static_cast<int>(engine() >> 33 >> (31 - bits));
+        return engine() % 2 == 0 ? size : -size;
+    };
+    for (int round = 0; round < 200000; ++round)
+    {
+        R const a = raw(component(engine() % 15), component(engine() % 15));
+        R const b = raw(component(engine() % 15), component(engine() % 15));
+        if (!is(a * b, plain::multiply(twin(a), twin(b))) || !is(a / b, plain::divide(twin(a), twin(b))))
+            FAIL() << testing::PrintToString(a) << ' ' << testing::PrintToString(b);
+    }
+}
+
+// The common divisors that sums and new values are reduced by, which are looked up where they are small.
+TEST_F(RationalSum, AllSmallDenominatorsGiveTheSumOfTheTwin)
+{
+    for (int a = -150; a <= 150; ++a)
+        for (int b = -150; b <= 150; ++b)
+        {
+            if (!is(raw(1, a) + raw(1, b), plain::add({1, a, 0}, {1, b, 0})) ||
+                !is(raw(7, a) - raw(-5, b), plain::subtract({7, a, 0}, {-5, b, 0})) ||
+                !is(R(a, b), plain::normalized(a, b)))
+                FAIL() << a << ' ' << b;
+        }
+}
+
 } // namespace

@@ -187,6 +187,41 @@ TEST_F(RationalOrder, OfAnyComponentsIsThatOfTheTwin)
     EXPECT_GT(reports, 1000);
 }
 
+/// Both orders are those of the twin, which has nothing to report.
+bool agree_in_order(R const& a, R const& b)
+{
+    plain::Answer const less = plain::less(twin(a), twin(b));
+    plain::Answer const greater = plain::greater(twin(a), twin(b));
+    return (a < b) == less.value && (a > b) == greater.value && less.line == 0 && greater.line == 0;
+}
+
+// Of two negative values the number of divisions decides, of others the sign or the sizes.
+TEST_F(RationalOrder, OfAllPairsWithComponentsUpTo14IsThatOfTheTwin)
+{
+    constexpr int size = 14;
+    for (int a = -size; a <= size; ++a)
+        for (int b = 1; b <= size; ++b)
+            for (int c = -size; c <= size; ++c)
+                for (int d = 1; d <= size; ++d)
+                    if (!agree_in_order(raw(a, b), raw(c, d)))
+                        FAIL() << a << '/' << b << ' ' << c << '/' << d;
+}
+
+TEST_F(RationalOrder, OfComponentsOfAllSizesWithinTheRangeIsThatOfTheTwin)
+{
+    std::mt19937_64 engine(29);
+    auto const component = [&engine] { return static_cast<int>(engine() >> 50 >> (engine() % 14)) + 1; };
+    for (int round = 0; round < 200000; ++round)
+    {
+        int const a = engine() % 4 == 0 ? component() : -component();
+        int const c = engine() % 4 == 0 ? component() : -component();
+        R const x = raw(a, component());
+        R const y = raw(c, component());
+        if (!agree_in_order(x, y))
+            FAIL() << testing::PrintToString(x) << ' ' << testing::PrintToString(y);
+    }
+}
+
 TEST_F(RationalOrder, OfLargeFractionsIsThatOfBoostWhereTheQuotientIsInRange)
 {
     RandomComponents components;

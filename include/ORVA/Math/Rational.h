@@ -22,6 +22,8 @@
 
 #include "ORVA/Core/Export.h"
 
+#include <cstring>
+
 namespace ORVA::Math
 {
 
@@ -112,10 +114,7 @@ public:
     /// @{
     bool operator<(CRational const& other) const;
     bool operator>(CRational const& other) const;
-    bool operator==(CRational const& other) const noexcept
-    {
-        return m_numerator == other.m_numerator && m_denominator == other.m_denominator;
-    }
+    bool operator==(CRational const& other) const noexcept { return _both() == other._both(); }
     bool operator<=(CRational const& other) const { return *this < other || *this == other; }
     bool operator>=(CRational const& other) const { return *this > other || *this == other; }
     /// @}
@@ -142,6 +141,14 @@ public:
 
 private:
     void _store(long long numerator, long long denominator) noexcept;
+
+    // Both components as one word, which is compared in one step.
+    unsigned long _both() const noexcept
+    {
+        unsigned long result;
+        std::memcpy(&result, this, sizeof result);
+        return result;
+    }
 
     int m_numerator = 0;
     int m_denominator = 1;

@@ -42,13 +42,13 @@ void report(int line, wchar_t const* text)
 
 // The remainder by -1 is 0 for every number; the processor refuses it for the lowest.
 template <class Integer>
-Integer remainder(Integer dividend, Integer divisor)
+constexpr Integer remainder(Integer dividend, Integer divisor)
 {
     return divisor == -1 ? 0 : dividend % divisor;
 }
 
 template <class Integer>
-Integer greatest_common_divisor(Integer a, Integer b)
+constexpr Integer greatest_common_divisor(Integer a, Integer b)
 {
     while (a != 0)
     {
@@ -60,8 +60,28 @@ Integer greatest_common_divisor(Integer a, Integer b)
     return b;
 }
 
-// The greatest common divisor of two sizes, by subtractions and shifts. Nothing but the end of the loop is a branch:
-// which of two numbers is the smaller cannot be foretold.
+// Where most searches end: the divisors of -a and b by their sizes, for sizes below `table_size`. So an entry is
+// negative if the divisions end with a, and positive if they end with b.
+constexpr unsigned int table_size = 64;
+
+struct SmallDivisors
+{
+    signed char of[table_size][table_size];
+};
+
+constexpr SmallDivisors small_divisors = []
+{
+    SmallDivisors result = {};
+    for (int a = 0; a < static_cast<int>(table_size); ++a)
+    {
+        for (int b = 0; b < static_cast<int>(table_size); ++b)
+            result.of[a][b] = static_cast<signed char>(greatest_common_divisor(-a, b));
+    }
+    return result;
+}();
+
+// The greatest common divisor of two sizes, by subtractions and shifts until the rest stands in the table. Nothing but the
+// ends of the loop is a branch: which of two numbers is the smaller cannot be foretold.
 unsigned int common_size(unsigned int first, unsigned int second)
 {
     if (first == 0 || second == 0)
@@ -69,78 +89,98 @@ unsigned int common_size(unsigned int first, unsigned int second)
     int const shift = __builtin_ctz(first | second);
     long long a = first >> __builtin_ctz(first);
     long long b = second >> __builtin_ctz(second);
-    while (long long const difference = a - b)
+    while ((a | b) >= table_size)
     {
+        long long const difference = a - b;
+        if (difference == 0)
+            return static_cast<unsigned int>(b) << shift;
         long long const below = difference >> 63; // all ones if a is the smaller one
         b += difference & below;
         a = ((difference ^ below) - below) >> __builtin_ctzll(static_cast<unsigned long long>(difference));
     }
-    return static_cast<unsigned int>(b) << shift;
+    return static_cast<unsigned int>(size_of(small_divisors.of[a][b])) << shift;
 }
 
-// As `greatest_common_divisor`, for sizes of up to 2147483648. With two signs its own sign depends on the number of
-// divisions, so they have to be made.
-long long divisor(long long a, long long b)
+// The steps of `greatest_common_divisor`, for sizes of up to 2147483648 and for two that go on side by side. With two
+// signs the divisor has that of the number which the divisions end with, so they have to be made, as far as the table.
+class Division
 {
-    auto size_a = static_cast<unsigned int>(size_of(a));
-    auto size_b = static_cast<unsigned int>(size_of(b));
-    if ((a < 0) == (b < 0))
-    {
-        long long const size = common_size(size_a, size_b);
-        return a < 0 ? -size : size;
-    }
-    while (size_a != 0)
-    {
-        size_b %= size_a;
-        if (size_b == 0)
-            return a < 0 ? -static_cast<long long>(size_a) : size_a;
-        size_a %= size_b;
-    }
-    return b < 0 ? -static_cast<long long>(size_b) : size_b;
-}
-
-// One of two divisions that go on side by side.
-struct Division
-{
-    unsigned int dividend;
-    unsigned int divisor;
-    unsigned int steps = 0;
-
+public:
     Division(long long a, long long b)
-        : dividend(static_cast<unsigned int>(size_of(b))), divisor(static_cast<unsigned int>(size_of(a)))
+        : m_dividend(static_cast<unsigned int>(size_of(b))), m_divisor(static_cast<unsigned int>(size_of(a)))
     {
     }
 
-    // The next remainder; nothing once it is 0.
+    // False when the rest stands in the table, or there is none.
+    bool goes_on() const { return m_divisor != 0 && (m_dividend | m_divisor) >= table_size; }
+
+    // The next remainder, if it goes on.
     void step()
     {
-        bool const goes_on = divisor != 0;
-        unsigned int const rest = dividend % (divisor + !goes_on);
-        dividend = goes_on ? divisor : dividend;
-        divisor = rest;
-        steps += goes_on;
+        unsigned int const rest = m_dividend % m_divisor;
+        m_dividend = m_divisor;
+        m_divisor = rest;
+        m_changed_places = !m_changed_places;
     }
+
+    // When it does not go on: whether the divisions end with a, and not with b.
+    bool ends_with_a() const { return (last() < 0) != m_changed_places; }
+
+    // When it does not go on: the divisor of a and b, the numbers that it began with.
+    long long result(long long a, long long b) const
+    {
+        long long const size = size_of(last());
+        return (ends_with_a() ? a : b) < 0 ? -size : size;
+    }
+
+private:
+    long long last() const
+    {
+        if (m_divisor == 0)
+            return m_dividend;
+        return small_divisors.of[m_divisor][m_dividend];
+    }
+
+    unsigned int m_dividend;
+    unsigned int m_divisor;
+    bool m_changed_places = false;
 };
 
-// The product of the two divisors that a product of fractions is reduced by.
-long long product_of_divisors(Fraction a, Fraction b)
+// As `greatest_common_divisor`, for sizes of up to 2147483648.
+long long divisor(long long a, long long b)
 {
-    if ((a.num | b.num | a.den | b.den) >= 0)
-        return static_cast<long long>(common_size(static_cast<unsigned int>(a.num), static_cast<unsigned int>(b.den))) *
-               common_size(static_cast<unsigned int>(b.num), static_cast<unsigned int>(a.den));
-    Division first(a.num, b.den);
-    Division second(b.num, a.den);
-    while ((first.divisor | second.divisor) > 1)
+    if ((a < 0) == (b < 0))
+    {
+        long long const size =
+            common_size(static_cast<unsigned int>(size_of(a)), static_cast<unsigned int>(size_of(b)));
+        return a < 0 ? -size : size;
+    }
+    Division division(a, b);
+    while (division.goes_on())
+        division.step();
+    return division.result(a, b);
+}
+
+void run_side_by_side(Division& first, Division& second)
+{
+    while (first.goes_on() && second.goes_on())
     {
         first.step();
         second.step();
     }
-    first.step(); // a remainder of 1 is followed by 0
-    second.step();
-    long long const size = static_cast<long long>(first.dividend) * second.dividend;
-    bool const first_negative = (first.steps % 2 != 0 ? a.num : b.den) < 0;
-    bool const second_negative = (second.steps % 2 != 0 ? b.num : a.den) < 0;
-    return first_negative != second_negative ? -size : size;
+    while (first.goes_on())
+        first.step();
+    while (second.goes_on())
+        second.step();
+}
+
+// The product of the two divisors that a product of fractions is reduced by.
+long long product_of_divisors(Fraction a, Fraction b)
+{
+    Division first(a.num, b.den);
+    Division second(b.num, a.den);
+    run_side_by_side(first, second);
+    return first.result(a.num, b.den) * second.result(b.num, a.den);
 }
 
 Fraction parts(CRational const& value)
@@ -171,7 +211,8 @@ Fraction sum(Fraction a, Fraction b)
     else
     {
         long long const n = b.den / g * a.num + a.den / g * b.num;
-        long long const h = size_of(divisor(n % size_of(g), g));
+        long long const size = size_of(g);
+        long long const h = common_size(static_cast<unsigned int>(size_of(n % size)), static_cast<unsigned int>(size));
         result = {n / h, b.den / h * (a.den / g)};
     }
     if (is_out_of_range(result))
@@ -204,20 +245,57 @@ std::optional<Fraction> quotient(Fraction a, Fraction b)
     return product(a, reciprocal(b));
 }
 
-// The sizes that a quotient of two values of one sign, both with positive denominators, has before it is reduced: in the
-// range, it is so afterwards. Nothing for other values.
-std::optional<Fraction> whole_quotient(CRational const& a, CRational const& b)
+// Two values with positive denominators by one denominator, unless a numerator is then out of range.
+struct Numerators
 {
-    Fraction const whole = {size_of(parts(a).num * b.den()), size_of(parts(a).den * b.num())};
-    if (a.den() <= 0 || b.den() <= 0 || is_out_of_range(whole))
+    long long left;
+    long long right;
+};
+
+std::optional<Numerators> by_one_denominator(CRational const& a, CRational const& b)
+{
+    Numerators const result = {parts(a).num * b.den(), parts(b).num * a.den()};
+    if (a.den() <= 0 || b.den() <= 0 || (size_of(result.left) | size_of(result.right)) > gs_maxRep)
         return std::nullopt;
-    return whole;
+    return result;
 }
 
-// Whether the denominator of that quotient is positive: always, if the values are.
-bool is_quotient_on_top(CRational const& a, CRational const& b)
+// Whether the quotient of two negative values with positive denominators has a positive one. The numerators to be divided
+// by each other are that of the left value, which is negative, and the size of the right one; the denominators, the right
+// one, with the sign that the reciprocal gives it, and the left one. So the divisors that end with the first are negative.
+[[gnu::noinline]] bool is_quotient_on_top(CRational const& a, CRational const& b)
 {
-    return a.num() >= 0 || product_of_divisors(parts(a), reciprocal(parts(b))) > 0;
+    Division first(a.num(), b.num());
+    Division second(b.den(), a.den());
+    run_side_by_side(first, second);
+    return first.ends_with_a() == second.ends_with_a();
+}
+
+long long all_ones_if_negative(long long value)
+{
+    return value >> 63;
+}
+
+// The orders by the steps themselves. Apart from their callers, whose usual answers then need no frame on the stack.
+
+[[gnu::noinline]] bool is_quotient_less(CRational const& a, CRational const& b)
+{
+    if ((a.num() < 0) != (b.num() < 0))
+        return a.num() < 0;
+    if (a.num() == 0 && b.num() == 0)
+        return false;
+    std::optional<Fraction> const ratio = quotient(parts(a), parts(b));
+    return ratio && size_of(ratio->num) < ratio->den;
+}
+
+[[gnu::noinline]] bool is_quotient_greater(CRational const& a, CRational const& b)
+{
+    if ((a.num() < 0) != (b.num() < 0))
+        return b.num() < 0;
+    if (a.num() == 0 && b.num() == 0)
+        return false;
+    std::optional<Fraction> const ratio = quotient(parts(a), parts(b));
+    return !ratio || size_of(ratio->num) > ratio->den;
 }
 
 double in_double(Fraction value)
@@ -362,28 +440,35 @@ CRational& CRational::operator/=(CRational const& other)
     return *this = *this / other;
 }
 
+// How the numerators by one denominator tell what the steps tell. They are the components of the quotient before it is
+// reduced; if they are in range, it is so afterwards, nothing is reported, and the steps compare their sizes, so long as
+// the quotient's denominator is not negative. That is so for values that are not negative: the sizes are the numbers. Of
+// two values with two signs the negative one is the less for the steps, and so are the numerators. Of two negative values
+// the larger size is the less number, and the divisors' signs have to be found out where they can change the answer.
+//
+// Signs cannot be foretold, so there is one branch for them, where there is most to do.
 bool CRational::operator<(CRational const& other) const
 {
-    if ((m_numerator < 0) != (other.m_numerator < 0))
-        return m_numerator < 0;
-    if (m_numerator == 0 && other.m_numerator == 0)
-        return false;
-    if (std::optional<Fraction> const whole = whole_quotient(*this, other))
-        return whole->num < whole->den && is_quotient_on_top(*this, other);
-    std::optional<Fraction> const ratio = quotient(parts(*this), parts(other));
-    return ratio && size_of(ratio->num) < ratio->den;
+    std::optional<Numerators> const numerators = by_one_denominator(*this, other);
+    if (!numerators)
+        return is_quotient_less(*this, other);
+    long long const both_negative = all_ones_if_negative(m_numerator & other.m_numerator);
+    long long const order = ((numerators->left - numerators->right) ^ both_negative) - both_negative;
+    if ((order & both_negative) < 0)
+        return is_quotient_on_top(*this, other);
+    return order < 0;
 }
 
 bool CRational::operator>(CRational const& other) const
 {
-    if ((m_numerator < 0) != (other.m_numerator < 0))
-        return other.m_numerator < 0;
-    if (m_numerator == 0 && other.m_numerator == 0)
-        return false;
-    if (std::optional<Fraction> const whole = whole_quotient(*this, other))
-        return whole->num > whole->den || !is_quotient_on_top(*this, other);
-    std::optional<Fraction> const ratio = quotient(parts(*this), parts(other));
-    return !ratio || size_of(ratio->num) > ratio->den;
+    std::optional<Numerators> const numerators = by_one_denominator(*this, other);
+    if (!numerators)
+        return is_quotient_greater(*this, other);
+    long long const both_negative = all_ones_if_negative(m_numerator & other.m_numerator);
+    long long const order = ((numerators->left - numerators->right) ^ both_negative) - both_negative;
+    if ((both_negative & (order - 1)) < 0)
+        return !is_quotient_on_top(*this, other);
+    return order > 0;
 }
 
 void CRational::_normalize()
