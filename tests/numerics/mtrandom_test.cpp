@@ -1,5 +1,6 @@
 #include "ORVA/Develop.h"
 
+#include "BaseOS/twister.h"
 #include "numerics/random_support.h"
 
 #include <gtest/gtest.h>
@@ -191,6 +192,27 @@ TEST(MTRandom, LastWordOfTheTwistUsesNewOnes)
     unsigned int const last = random.m_state[623];
     random._regen();
     EXPECT_EQ(random.m_state[623], reference::PlainTwister::successor(last, random.m_state[0], random.m_state[396]));
+}
+
+// Blocks of any words, which no seed need lead to. Each word of the next block comes of three by the twin's step.
+TEST(MTRandom, AllWaysToTwistAgreeWithTheTwin)
+{
+    std::mt19937 words(77);
+    for (int round = 0; round < 200; ++round)
+    {
+        std::vector<unsigned int> expected(block_length);
+        for (unsigned int& word : expected)
+            word = static_cast<unsigned int>(words());
+        std::vector<unsigned int> best = expected;
+        std::vector<unsigned int> portable = expected;
+        for (unsigned long i = 0; i < block_length; ++i)
+            expected[i] = reference::PlainTwister::successor(expected[i], expected[(i + 1) % block_length],
+                                                             expected[(i + 397) % block_length]);
+        Twister::twist(best.data());
+        ASSERT_EQ(best, expected);
+        Twister::twist_everywhere(portable.data());
+        ASSERT_EQ(portable, expected);
+    }
 }
 
 TEST(MTRandom, RegenTwistsInPlaceAndLeavesTheIndex)

@@ -13,7 +13,12 @@ void fill(unsigned int* block, unsigned int seed);
 // The low 32 bits of the monotonic clock.
 unsigned int clock_seed();
 
-// Replaces the block by the next one, in place.
+using Twist = void (*)(unsigned int* block);
+
+// Replaces the block by the next one, in place, in the best way for this processor. That is found on the first call.
 void twist(unsigned int* block);
+
+// The same in the way that works everywhere.
+void twist_everywhere(unsigned int* block);
 
 } // namespace ORVA::Develop::Twister
