@@ -187,4 +187,48 @@ TEST(EventStress, end_of_the_event_races_with_timed_waiters)
     }
 }
 
+// A release at every moment of a wait: while the waiter looks out, when it stops, when it is blocked. What releases it
+// is a signal, and then the end of the event right behind it, or the end alone.
+TEST(EventStress, release_comes_at_all_moments_of_the_look_out)
+{
+    constexpr unsigned int rounds = 2400;
+    struct Event final : _cEvent
+    {
+    };
+    std::vector<std::unique_ptr<Event>> events;
+    for (unsigned int round = 0; round < rounds; ++round)
+    {
+        events.push_back(std::make_unique<Event>());
+        events.back()->initState(round % 2 == 0 ? _cEvent::eEventPulse : _cEvent::eEventReset);
+    }
+    std::vector<_cEvent*> plain;
+    for (auto const& event : events)
+        plain.push_back(event.get());
+    std::vector<unsigned int> words(rounds, 0);
+    Background<unsigned int> waiter(
+        [&]
+        {
+            unsigned int faults = 0;
+            for (unsigned int round = 0; round < rounds; ++round)
+            {
+                long const result = plain[round]->Wait(round % 3 == 0 ? plenty : no_limit);
+                faults += result != (round % 4 == 3 ? -2 : static_cast<long>(round) + 5);
+                faults += words[round] != round + 1;
+            }
+            return faults;
+        });
+    for (unsigned int round = 0; round < rounds; ++round)
+    {
+        until([&] { return queued(*plain[round]) == 1; }, "the waiter to join");
+        auto const end = std::chrono::steady_clock::now() + std::chrono::nanoseconds(round % 60 * 200);
+        while (std::chrono::steady_clock::now() < end)
+            ;
+        words[round] = round + 1;
+        if (round % 4 != 3)
+            signal(*plain[round], round + 5);
+        events[round].reset();
+    }
+    EXPECT_EQ(waiter.result(), 0U);
+}
+
 } // namespace

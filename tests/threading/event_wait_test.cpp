@@ -37,6 +37,34 @@ TEST(EventGate, is_decided_once)
     EXPECT_FALSE(waiter.decide());
 }
 
+TEST(EventGate, is_opened_by_the_release_of_one_who_stands_there)
+{
+    tagEVENTWAITER stood_from_the_start;
+    stood_from_the_start.gate.Enter();
+    stood_from_the_start.release();
+    EXPECT_TRUE(stood_from_the_start.gate.TryEnter(0));
+
+    tagEVENTWAITER looked_out_before;
+    looked_out_before.gate.Enter();
+    looked_out_before.look_out();
+    EXPECT_FALSE(looked_out_before.is_released());
+    EXPECT_TRUE(looked_out_before.go_to_the_gate());
+    EXPECT_FALSE(looked_out_before.is_released());
+    looked_out_before.release();
+    EXPECT_TRUE(looked_out_before.gate.TryEnter(0));
+}
+
+TEST(EventGate, is_left_alone_by_the_release_of_one_who_looks_out)
+{
+    tagEVENTWAITER waiter;
+    waiter.gate.Enter();
+    waiter.look_out();
+    waiter.release();
+    EXPECT_TRUE(waiter.is_released());
+    EXPECT_FALSE(waiter.go_to_the_gate()) << "nobody would open it";
+    EXPECT_FALSE(waiter.gate.TryEnter(0));
+}
+
 TEST(EventWait, signal_releases_all_waiters_with_its_value_in_either_mode)
 {
     for (auto const state : {_cEvent::eEventReset, _cEvent::eEventPulse})

@@ -1,6 +1,9 @@
 #include "ORVA/Threading/Event.h"
 
+#include "BaseOS_Unix_common/processors.h"
 #include "threading/event_waiter.h"
+
+#include <boost/chrono/system_clocks.hpp>
 
 #include <thread>
 #include <utility>
@@ -20,6 +23,17 @@
 // A waiter that lost its place in the list, because another one that ran out of time took the last entry away, is a
 // stray too: no signal goes through the strays, but D does, so that it does not come for the lock of an event that is
 // gone.
+//
+// How a wait ends without blocking. To be put to sleep and woken takes longer than most answers of another thread, so W
+// looks out for its release for a moment after it has given the lock up.
+//
+// - S or D release W while it looks: their exchange of W's place is the last that they do to the record, and W, which
+//   sees it, touches neither the gate nor the event any more.
+// - W stops looking first: from there on all is as above. Its time cannot be over before that, so it never decides while
+//   it looks.
+//
+// W joins before it looks, with its gate closed: the order of those who wait, and what each of them gets, do not depend
+// on the looking. Only how W learns of its release does. Whoever has a timeout of 0 never joins.
 
 namespace ORVA::Threading
 {
@@ -53,13 +67,39 @@ bool release(tagEVENTWAITER& waiter, unsigned long result) noexcept
     waiter.result = result;
     try
     {
-        waiter.gate.Leave();
+        waiter.release();
     }
     catch (...)
     {
         // the others have to be served all the same
     }
     return true;
+}
+
+// About what it takes to block and be woken: looking costs a waiter at most as much again.
+constexpr boost::chrono::microseconds longest_look_out(5);
+constexpr unsigned int looks_between_clocks = 16;
+
+// With one processor, whoever is to release a waiter cannot run while it looks out. Asked once, for the whole process.
+bool is_looking_worthwhile()
+{
+    static bool const result = Core::OS::usable_processors() > 1;
+    return result;
+}
+
+bool is_released_soon(tagEVENTWAITER& waiter)
+{
+    auto const end = boost::chrono::steady_clock::now() + longest_look_out;
+    do
+    {
+        for (unsigned int look = 0; look < looks_between_clocks; ++look)
+        {
+            if (waiter.is_released())
+                return true;
+            Core::OS::pause_briefly();
+        }
+    } while (boost::chrono::steady_clock::now() < end);
+    return !waiter.go_to_the_gate();
 }
 
 } // namespace
@@ -179,8 +219,11 @@ std::optional<bool> _cEvent::_try_reset()
     return true;
 }
 
+// The usual answer of a signalled event comes first, before there is anything to be tidied up.
 long _cEvent::Wait(unsigned int milliseconds)
 {
+    if (getState() == eEventSignaled)
+        return static_cast<long>(m_value.load(std::memory_order_relaxed));
     std::unique_lock<boost::mutex> lock(m_lock, std::defer_lock);
     return _wait(lock, milliseconds);
 }
@@ -196,12 +239,17 @@ long _cEvent::_wait(std::unique_lock<boost::mutex>& lock, unsigned int milliseco
         return timed_out;
 
     tagEVENTWAITER waiter;
+    bool const looks_out = is_looking_worthwhile();
+    if (looks_out)
+        waiter.look_out();
     if (!lock.owns_lock())
         lock.lock();
     bool const joined = _join(waiter);
     lock.unlock();
     if (!joined)
         return 0;
+    if (looks_out && is_released_soon(waiter))
+        return static_cast<long>(waiter.result);
     if (!waiter.gate.TryEnter(milliseconds))
     {
         if (waiter.decide())
