@@ -166,6 +166,8 @@ bool _cEvent::signal(unsigned long value)
     default:
         return false;
     }
+    if (!m_waiters && !m_listeners)
+        return true;
     // Entries are cleared one by one, since a listener may signal this event once more before the list is emptied.
     for (_cEvent*& entry : m_waiters)
     {
@@ -191,8 +193,8 @@ bool _cEvent::signal(unsigned long value)
 
 bool _cEvent::Set(_cEvent* pSource)
 {
-    if (!Develop::_isfalse_(pSource == nullptr, "threading,740:pSource==NULL"))
-        return false;
+    if (pSource != nullptr)
+        return Develop::_isfalse_(false, "threading,740:pSource==NULL");
     Guard const lock(m_lock);
     return signal(0);
 }
