@@ -282,8 +282,9 @@ TEST(MachineCRCTables, SlicesAreTheRegisterAfterTheByteAndZeroes)
     {
         for (unsigned int i = 0; i < 256; ++i)
         {
-            unsigned char const bytes[8] = {static_cast<unsigned char>(i)};
+            unsigned char const bytes[32] = {static_cast<unsigned char>(i)};
             ASSERT_EQ(crc64::slicing.entry[k][i], plain_crc(64, library_polynomial, bytes, k + 1, 0));
+            ASSERT_EQ(crc64::skipping.entry[k][i], plain_crc(64, library_polynomial, bytes, k + 25, 0));
         }
     }
 }

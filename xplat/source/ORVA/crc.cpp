@@ -69,6 +69,27 @@ namespace crc64
 unsigned long evaluate_sliced(void const* data, unsigned long length, unsigned long crc)
 {
     Byte const* bytes = static_cast<Byte const*>(data);
+    if (length >= 64)
+    {
+        // One register waits for its look-ups most of the time, so four take turns at the words.
+        unsigned long second = 0;
+        unsigned long third = 0;
+        unsigned long fourth = 0;
+        for (; length >= 64; length -= 32, bytes += 32)
+        {
+            crc = advance_eight(crc ^ load_big_endian(bytes), skipping);
+            second = advance_eight(second ^ load_big_endian(bytes + 8), skipping);
+            third = advance_eight(third ^ load_big_endian(bytes + 16), skipping);
+            fourth = advance_eight(fourth ^ load_big_endian(bytes + 24), skipping);
+        }
+        // Each now belongs to the next word of its own, and the words are taken one after the other.
+        crc = advance_eight(crc ^ load_big_endian(bytes));
+        crc = advance_eight(crc ^ second ^ load_big_endian(bytes + 8));
+        crc = advance_eight(crc ^ third ^ load_big_endian(bytes + 16));
+        crc = advance_eight(crc ^ fourth ^ load_big_endian(bytes + 24));
+        length -= 32;
+        bytes += 32;
+    }
     for (; length >= 8; length -= 8, bytes += 8)
         crc = advance_eight(crc ^ load_big_endian(bytes));
     for (; length != 0; --length, ++bytes)

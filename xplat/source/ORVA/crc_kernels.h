@@ -15,7 +15,7 @@ struct Kernel
     Evaluate evaluate;
 };
 
-/// Eight table look-ups for eight bytes. Works everywhere.
+/// Eight table look-ups for eight bytes, with four registers that take turns at long input. Works everywhere.
 unsigned long evaluate_sliced(void const* data, unsigned long length, unsigned long crc);
 
 /// Whether the processor multiplies without carries. The processor is asked at each call.

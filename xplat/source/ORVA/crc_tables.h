@@ -43,41 +43,44 @@ constexpr unsigned long next_quotient(unsigned long remainder)
 inline constexpr unsigned long reciprocal_high = next_quotient(power_of_x(64));
 inline constexpr unsigned long reciprocal_low = next_quotient(power_of_x(128));
 
-/// Entry [k][i] is the register after the byte i and k bytes of 0, from a register of 0. Eight bytes at a time take
-/// one look-up each, independent of the others: 16 KB of constants.
+/// Entry [k][i] is the register after the byte i and so many bytes of 0, from a register of 0: `k` of them, and as many
+/// as a set of tables begins with. Eight bytes at a time take one look-up each, independent of the others: 16 KB.
 struct SlicingTables
 {
     unsigned long entry[8][256];
 };
 
-constexpr SlicingTables make_slicing_tables()
+/// The register after `bytes` bytes of 0, from `value`.
+constexpr unsigned long after_zeroes(unsigned long value, unsigned int bytes)
+{
+    for (unsigned int bit = 0; bit < 8 * bytes; ++bit)
+        value = times_x(value);
+    return value;
+}
+
+/// Tables that begin with `zeroes` bytes of 0.
+constexpr SlicingTables make_slicing_tables(unsigned int zeroes)
 {
     SlicingTables tables{};
     for (unsigned int i = 0; i < 256; ++i)
     {
-        unsigned long value = static_cast<unsigned long>(i) << 56;
-        for (int bit = 0; bit < 8; ++bit)
-            value = times_x(value);
-        tables.entry[0][i] = value;
-    }
-    for (unsigned int k = 1; k < 8; ++k)
-    {
-        for (unsigned int i = 0; i < 256; ++i)
-        {
-            unsigned long const before = tables.entry[k - 1][i];
-            tables.entry[k][i] = tables.entry[0][before >> 56] ^ before << 8;
-        }
+        tables.entry[0][i] = after_zeroes(static_cast<unsigned long>(i) << 56, zeroes + 1);
+        for (unsigned int k = 1; k < 8; ++k)
+            tables.entry[k][i] = after_zeroes(tables.entry[k - 1][i], 1);
     }
     return tables;
 }
 
-alignas(64) inline constexpr SlicingTables slicing = make_slicing_tables();
+/// For text in one register, and for text that four registers share word by word: each of these skips the words of
+/// the others.
+alignas(64) inline constexpr SlicingTables slicing = make_slicing_tables(0);
+alignas(64) inline constexpr SlicingTables skipping = make_slicing_tables(24);
 
-/// The register after eight bytes of 0, from `value`. XOR the first byte into the top of the register, the eighth into
-/// its bottom beforehand, and it is the register after these eight bytes.
-inline unsigned long advance_eight(unsigned long value)
+/// The register after eight bytes of 0, from `value`, and the bytes of 0 that the tables begin with. XOR the first byte
+/// into the top of the register, the eighth into its bottom beforehand, and it is the register after these eight bytes.
+inline unsigned long advance_eight(unsigned long value, SlicingTables const& tables = slicing)
 {
-    auto const& table = slicing.entry;
+    auto const& table = tables.entry;
     return table[7][value >> 56] ^ table[6][value >> 48 & 0xFF] ^ table[5][value >> 40 & 0xFF] ^
            table[4][value >> 32 & 0xFF] ^ table[3][value >> 24 & 0xFF] ^ table[2][value >> 16 & 0xFF] ^
            table[1][value >> 8 & 0xFF] ^ table[0][value & 0xFF];
