@@ -52,12 +52,6 @@ struct MultipleEvent
     CPMultipleEvent any{false};
 };
 
-/// One that a thread has blocked on before, as on any that is waited for in earnest: its events are settled.
-struct SettledMultipleEvent : MultipleEvent
-{
-    explicit SettledMultipleEvent(unsigned int count) : MultipleEvent(count) { any.Wait(1); }
-};
-
 struct StdCondition
 {
     explicit StdCondition(unsigned int count) : flags(count) {}
@@ -328,7 +322,6 @@ BENCHMARK_TEMPLATE(set_and_reset, StdCondition);
 BENCHMARK_TEMPLATE(set_and_reset, GlibCondition);
 BENCHMARK_TEMPLATE(set_and_reset, EventDescriptor);
 
-BENCHMARK_TEMPLATE(wait_on_8_with_one_signaled, SettledMultipleEvent);
 BENCHMARK_TEMPLATE(wait_on_8_with_one_signaled, MultipleEvent);
 BENCHMARK_TEMPLATE(wait_on_8_with_one_signaled, StdCondition);
 BENCHMARK_TEMPLATE(wait_on_8_with_one_signaled, GlibCondition);

@@ -235,4 +235,36 @@ TEST(EventRaces, every_operation_may_be_called_from_every_thread)
     }
 }
 
+// A signal that is always set after another one, and always reset together with it, is never the only one that a wait
+// finds: a look at many events is a look at one moment.
+TEST(MultipleEventRaces, a_wait_looks_at_all_events_at_one_moment)
+{
+    constexpr unsigned int rounds = 4000;
+    CPMultipleEvent const multiple(false);
+    CPEvent const first(true);
+    CPEvent const second(true);
+    EXPECT_TRUE(multiple.Attach(first));
+    EXPECT_TRUE(multiple.Attach(second));
+    EXPECT_EQ(multiple.Wait(1), -1);
+    EXPECT_EQ(faults_beside(
+                  1,
+                  [&](unsigned int)
+                  {
+                      for (unsigned int round = 0; round < rounds; ++round)
+                      {
+                          first.Set();
+                          second.Set();
+                          mix(round);
+                          multiple.ResetAll();
+                      }
+                      return Faults();
+                  },
+                  [&](Faults& faults)
+                  {
+                      for (unsigned int wait = 0; wait < 50; ++wait)
+                          faults.expect(multiple.Wait(0) < 1);
+                  }),
+              0U);
+}
+
 } // namespace

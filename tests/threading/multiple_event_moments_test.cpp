@@ -161,30 +161,6 @@ TEST(MultipleEventMoments, first_wait_looks_and_joins_in_one_hold_of_the_lock)
     EXPECT_EQ(times_locked(lock, [&] { EXPECT_EQ(any.Wait(no_limit), 0); }), 1);
 }
 
-// From then on the list of events stays as it is.
-TEST(MultipleEventMoments, look_that_finds_a_signal_takes_no_lock_once_a_thread_has_blocked)
-{
-    for (bool const barrier : {false, true})
-    {
-        CPMultipleEvent const multiple(barrier);
-        CPEvent const event(true);
-        EXPECT_TRUE(multiple.Attach(event));
-        pthread_mutex_t* const lock = Look::lock(object(multiple)).native_handle();
-        event.Set();
-        for (unsigned int round = 0; round < 3; ++round)
-            EXPECT_EQ(times_locked(lock, [&] { EXPECT_EQ(multiple.Wait(no_limit), 0); }), 1) << "it may still change";
-        event.Reset();
-        block_once(multiple);
-        EXPECT_EQ(multiple.Wait(0), -1);
-        event.Set();
-        EXPECT_EQ(times_locked(lock, [&] { EXPECT_EQ(multiple.Wait(no_limit), 0); }), 0);
-        run_with_the_lock_held(object(multiple), [&] { EXPECT_EQ(multiple.Wait(plenty), 0); });
-        event.Reset();
-        EXPECT_EQ(times_locked(lock, [&] { EXPECT_EQ(multiple.Wait(0), -1); }), 1);
-        EXPECT_EQ(times_locked(lock, [&] { EXPECT_EQ(multiple.Wait(1), -1); }), 2);
-    }
-}
-
 TEST(MultipleEventMoments, look_takes_no_lock_of_an_event)
 {
     CPMultipleEvent const any(false);

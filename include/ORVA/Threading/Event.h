@@ -79,8 +79,8 @@ public:
     virtual bool Set(_cEvent* pSource);
 
     /// Waits for a signal up to `milliseconds`; the results stand above. A signalled event answers without its lock. A
-    /// thread that has to wait looks out for the signal for 5 microseconds before it blocks, unless the process has one
-    /// processor only; the time begins behind that.
+    /// thread that has to wait looks out for the signal for 5 microseconds before it blocks, unless the machine
+    /// has one processor only; the time begins behind that.
     /// Throws `boost::thread_resource_error` if the system has no more locks for a thread that has to block.
     virtual long Wait(unsigned int milliseconds);
 

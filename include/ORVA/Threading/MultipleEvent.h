@@ -67,8 +67,7 @@ public:
     /// has blocked here, for an event that is not attached, and for a barrier that is not complete.
     bool Set(_cEvent* pSource) override;
 
-    /// Looks at the events, lowest index first, and blocks up to `milliseconds` if that decides nothing. Once a thread
-    /// has blocked here, a look that finds a signal takes no lock.
+    /// Looks at the events, lowest index first, and blocks up to `milliseconds` if that decides nothing.
     long Wait(unsigned int milliseconds) override;
 
     /// `_cEvent::Reset` on the event at `index`; false if there is none. The base's `Reset` of the object itself is
@@ -90,9 +89,6 @@ private:
 protected:
     Buffers::CPObjectVector<CPEvent> m_events; ///< in order of attachment
     std::atomic<bool> m_barrier{false};
-
-private:
-    std::atomic<bool> m_settled{false}; // known to be final: the list of events; see `Wait`
 };
 
 /// The type of multiple event blocks. They cannot be cloned and have no interfaces.

@@ -1,6 +1,6 @@
 #include "ORVA/Threading/Event.h"
 
-#include "BaseOS_Unix_common/processors.h"
+#include "BaseOS_Unix_common/pause.h"
 #include "threading/event_waiter.h"
 
 #include <boost/chrono/system_clocks.hpp>
@@ -80,10 +80,10 @@ bool release(tagEVENTWAITER& waiter, unsigned long result) noexcept
 constexpr boost::chrono::microseconds longest_look_out(5);
 constexpr unsigned int looks_between_clocks = 16;
 
-// With one processor, whoever is to release a waiter cannot run while it looks out. Asked once, for the whole process.
+// With one processor, whoever is to release a waiter cannot run while it looks out. Asked once.
 bool is_looking_worthwhile()
 {
-    static bool const result = Core::OS::usable_processors() > 1;
+    static bool const result = std::thread::hardware_concurrency() != 1;
     return result;
 }
 

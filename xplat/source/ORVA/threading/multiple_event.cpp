@@ -8,12 +8,6 @@
 // lock; a waiter looks at the states and joins the queue in one hold of that lock. So either the waiter sees the new
 // state, or `Set` comes after the waiter has joined, and releases it.
 //
-// Why a look needs no lock once the list is settled. The lock keeps the list of events in place during a look; the states
-// are read without their locks in either case. When the queue has its block, which it never gives back, attaching and
-// detaching are refused for good, and the list stays as it is until the object goes. A look without the lock that finds
-// something signalled is one that came before all that others were doing under it; one that finds nothing counts for
-// nothing, and the wait begins anew with the lock.
-//
 // Why a signal and an operation on the same event do not wait for each other. The signal has the event's lock and comes
 // for this object's. What is done here has this object's lock and only tries the event's: if somebody has that, this
 // object's is given up until the other one is free, and all begins anew.
@@ -165,15 +159,7 @@ bool _cMultipleEvent::Set(_cEvent* pSource)
 
 long _cMultipleEvent::Wait(unsigned int milliseconds)
 {
-    if (m_settled.load(std::memory_order_acquire))
-    {
-        unsigned long const outcome = look_at(m_events, m_barrier.load(std::memory_order_relaxed));
-        if (outcome != nothing_signaled)
-            return static_cast<long>(outcome);
-    }
     std::unique_lock<boost::mutex> lock(m_lock);
-    if (m_waiters)
-        m_settled.store(true, std::memory_order_release);
     unsigned long const outcome = look_at(m_events, m_barrier.load(std::memory_order_relaxed));
     if (outcome != nothing_signaled)
         return static_cast<long>(outcome);

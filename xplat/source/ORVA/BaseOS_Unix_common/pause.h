@@ -1,12 +1,9 @@
 /// @file
-/// The processors, for those who wait for another thread without blocking.
+/// For those who wait for another thread without blocking.
 #pragma once
 
 namespace ORVA::Core::OS
 {
-
-/// How many processors the calling thread may run on, at least 1. A system call.
-unsigned int usable_processors();
 
 /// For each round of a loop that waits for a word to change: spares the processor and those it shares resources with.
 inline void pause_briefly() noexcept
