@@ -198,6 +198,15 @@ protected:
     /// an exception out, which is dropped.
     static bool _report_unusable(tagCPOMEMHEADER const* header) noexcept;
 
+    /// As `SetSize`, of a block that is there and has the room.
+    void _set_size_in_use(unsigned long size)
+    {
+        if (lockcnt() != 0 && m_pMH->pVTbl != nullptr)
+            m_pMH->uSize = size;
+        else
+            SetSize(size); // which reports what is wrong with the block
+    }
+
     tagCPOMEMHEADER* m_pMH = nullptr;
 
 private:

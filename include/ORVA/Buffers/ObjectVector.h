@@ -216,23 +216,38 @@ int CPObjectVector<T>::Alloc(unsigned long count)
     if (!room)
         return 0;
     _take_block_of(room);
+    T* const elements = begin();
     for (unsigned long index = 0; index < count; ++index)
     {
-        ::new (end(), _nqfDebugLevel(0)) T();
-        m_pMH->uSize += sizeof(T);
+        ::new (elements + index, _nqfDebugLevel(0)) T();
+        if constexpr (!std::is_nothrow_default_constructible_v<T>)
+            m_pMH->uSize = (index + 1) * sizeof(T);
     }
+    m_pMH->uSize = count * sizeof(T);
     return 1;
 }
 
 // All that may fail or throw comes before anything of this vector changes: the larger block, the copies of the old
 // elements where they cannot be moved, and the copy of the item, which may be one of them. What follows moves bytes.
+//
+// A long block whose elements may be moved is made larger by the heap, which often need not move it: that keeps the cost
+// of filling a vector of 100,000 in proportion to its length. This too comes after the copy of the item, since it cannot
+// be undone; and only if that copy has not made the block a shared one.
 template <class T>
 int CPObjectVector<T>::Insert(T const& item, unsigned long index)
 {
+    constexpr unsigned long long_block = 1024; // bytes: moving less costs no more than asking the heap
     unsigned long const count = GetCount();
     bool const grows = m_pMH == nullptr || count >= GetAllocSize() / sizeof(T);
+    if (!grows && index >= count)
+    {
+        ::new (begin() + count, _nqfDebugLevel(0)) T(item);
+        _set_size_in_use((count + 1) * sizeof(T));
+        return 1;
+    }
+    bool const stretches = grows && GetAllocSize() >= long_block && _may_move_by_bytes();
     CPObjectVector larger;
-    if (grows)
+    if (grows && !stretches)
     {
         larger = _make_room(count + growth);
         if (!larger)
@@ -241,8 +256,17 @@ int CPObjectVector<T>::Insert(T const& item, unsigned long index)
             _copy_elements_to(larger);
     }
     Arrival arrival(item);
-    if (grows)
+    if (stretches && lockcnt() == 1)
     {
+        if (!Incalloc((count + growth) * sizeof(T) - GetAllocSize()))
+            return 0;
+    }
+    else if (grows)
+    {
+        if (stretches)
+            larger = _make_room(count + growth);
+        if (!larger)
+            return 0;
         if (larger.GetCount() < count)
             _hand_elements_to(larger);
         _take_block_of(larger);
@@ -252,7 +276,7 @@ int CPObjectVector<T>::Insert(T const& item, unsigned long index)
     if (position < count)
         std::memmove(static_cast<void*>(place + 1), static_cast<void const*>(place), (count - position) * sizeof(T));
     arrival.put_at(place);
-    SetSize((count + 1) * sizeof(T));
+    _set_size_in_use((count + 1) * sizeof(T));
     return 1;
 }
 
@@ -264,7 +288,7 @@ int CPObjectVector<T>::Delete(unsigned long index, bool bFreeIfEmpty)
         return 0;
     T* const place = begin() + index;
     place->~T();
-    SetSize((count - 1) * sizeof(T));
+    _set_size_in_use((count - 1) * sizeof(T));
     if (count == 1)
     {
         if (bFreeIfEmpty)
