@@ -79,7 +79,8 @@ public:
     /// An empty table of 2 to the power of `uDirectIndexLength` buckets; nothing is allocated before the first
     /// `AddItem`.
     ///
-    /// Lengths are 4 to 64; others are reported and used all the same. The power is taken modulo 64, so that 64 gives
+    /// A bucket takes room for 16 entries at first, so a length that brings about 6 to 12 of them to a bucket serves
+    /// well. Lengths are 4 to 64; others are reported and used all the same. The power is taken modulo 64, so that 64 gives
     /// a table of one bucket.
     explicit CBaseHashTable(unsigned int uDirectIndexLength);
 
@@ -214,44 +215,23 @@ inline unsigned long CBaseHashTable::_bisect_keys(HASHENTRY const* entries, unsi
     return static_cast<unsigned long>(base - entries) + (count == 1 && base->uKey < key ? 1 : 0);
 }
 
-// As `_bisect_keys`. Keys are hashes as a rule, so beyond a few entries the place is guessed from the key's upper half,
-// and the search starts around it in steps that double. With evenly spread keys this takes about half the time of the
-// bisection at 25 to 250 entries of a bucket; keys that are not spread evenly cost a few steps more.
+// As `_bisect_keys`. Keys are hashes as a rule, so the place is guessed from the key's upper half, and looked for step by
+// step from there: the entries beside it are in the same cache line or the next, and most ways are one or two steps. With
+// keys that are not spread evenly the way ends after some steps, and what is left is bisected.
 inline unsigned long CBaseHashTable::_lower_bound(HASHENTRY const* entries, unsigned long count,
                                                   unsigned long key) noexcept
 {
-    constexpr unsigned long short_bucket = 8;
-    constexpr unsigned long first_step = 2;
-    if (count <= short_bucket)
-        return _bisect_keys(entries, count, key);
-
+    constexpr unsigned int steps_to_take = 16;
     unsigned long const guess = ((key >> 32) * count) >> 32;
-    unsigned long low = 0;
-    unsigned long high = count;
-    unsigned long step = first_step;
-    if (entries[guess].uKey < key)
-    {
-        low = guess + 1;
-        while (step < high - low && entries[low + step].uKey < key)
-        {
-            low += step + 1;
-            step *= 2;
-        }
-        if (step < high - low)
-            high = low + step;
-    }
-    else
-    {
-        high = guess;
-        while (step <= high && entries[high - step].uKey >= key)
-        {
-            high -= step;
-            step *= 2;
-        }
-        if (step <= high)
-            low = high - step + 1;
-    }
-    return low + _bisect_keys(entries + low, high - low, key);
+    unsigned long place = guess;
+    unsigned int left = steps_to_take;
+    for (; place < count && entries[place].uKey < key && left != 0; --left)
+        ++place;
+    if (place != guess)
+        return left != 0 ? place : place + _bisect_keys(entries + place, count - place, key);
+    for (; place > 0 && entries[place - 1].uKey >= key && left != 0; --left)
+        --place;
+    return left != 0 ? place : _bisect_keys(entries, place, key);
 }
 
 } // namespace ORVA::Lookup
