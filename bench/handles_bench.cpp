@@ -1,26 +1,20 @@
 // Copying and releasing a handle, beside std::shared_ptr.
+#include "multi_threaded.h"
+
 #include "ORVA/ORVA.h"
 
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <thread>
 
 namespace
 {
 
 using namespace ORVA;
 
-// The standard library takes cheaper, unlocked steps in a process that has never had a second thread, and no process that
-// uses this library stays so.
-void become_multi_threaded()
-{
-    std::thread([] {}).join();
-}
-
 void handle(benchmark::State& state)
 {
-    become_multi_threaded();
+    bench::become_multi_threaded();
     Buffers::CPObject<int> source;
     source.create();
     for (auto _ : state)
@@ -32,7 +26,7 @@ void handle(benchmark::State& state)
 
 void handle_on_static_block(benchmark::State& state)
 {
-    become_multi_threaded();
+    bench::become_multi_threaded();
     for (auto _ : state)
     {
         Buffers::CPObjectMemory const copy(String::CPPoolString::ptrue);
@@ -42,7 +36,7 @@ void handle_on_static_block(benchmark::State& state)
 
 void shared_ptr(benchmark::State& state)
 {
-    become_multi_threaded();
+    bench::become_multi_threaded();
     auto const source = std::make_shared<int>(0);
     for (auto _ : state)
     {
@@ -51,8 +45,20 @@ void shared_ptr(benchmark::State& state)
     }
 }
 
+// The two locked operations alone, which neither can do without.
+void two_interlocked_operations(benchmark::State& state)
+{
+    unsigned int count = 1;
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(Core::OS::InterlockedIncrement32(count));
+        benchmark::DoNotOptimize(Core::OS::InterlockedDecrement32(count));
+    }
+}
+
 BENCHMARK(handle);
 BENCHMARK(handle_on_static_block);
 BENCHMARK(shared_ptr);
+BENCHMARK(two_interlocked_operations);
 
 } // namespace
