@@ -255,7 +255,7 @@ TEST(MultipleEventRaces, a_wait_looks_at_all_events_at_one_moment)
                           first.Set();
                           second.Set();
                           mix(round);
-                          multiple.ResetAll();
+                          object(multiple).ResetAll();
                       }
                       return Faults();
                   },

@@ -239,11 +239,15 @@ int CPObjectVector<T>::Insert(T const& item, unsigned long index)
     constexpr unsigned long long_block = 1024; // bytes: moving less costs no more than asking the heap
     unsigned long const count = GetCount();
     bool const grows = m_pMH == nullptr || count >= GetAllocSize() / sizeof(T);
-    if (!grows && index >= count)
+    if constexpr (std::is_trivially_copyable_v<T>)
     {
-        ::new (begin() + count, _nqfDebugLevel(0)) T(item);
-        _set_size_in_use((count + 1) * sizeof(T));
-        return 1;
+        // Nobody's code runs in a copy, so it can be made in its place.
+        if (!grows && index >= count)
+        {
+            ::new (begin() + count, _nqfDebugLevel(0)) T(item);
+            _set_size_in_use((count + 1) * sizeof(T));
+            return 1;
+        }
     }
     bool const stretches = grows && GetAllocSize() >= long_block && _may_move_by_bytes();
     CPObjectVector larger;

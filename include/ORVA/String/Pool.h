@@ -6,7 +6,8 @@
 /// look-up that finds it meanwhile starts the count anew.
 ///
 /// Thread-safety: every operation may be called from any thread. One lock guards the tables; texts are evaluated outside
-/// it, and handles are copied and released without it.
+/// it, and handles are copied and released without it. A look-up with case that finds a string in use takes no lock, so
+/// neither other look-ups nor a collection keep it waiting.
 ///
 /// Ownership: each result is a counted handle. Sources are the caller's and are not kept.
 #pragma once

@@ -41,6 +41,13 @@ void fetch_entries(Bucket const& bucket)
     __builtin_prefetch(entries + 2 * entries_in_a_line * sizeof(HASHENTRY));
 }
 
+// Whether copies of a handle call nobody: its block has a type table, and its count is far from its end.
+bool copies_silently(CPObjectMemory const& item)
+{
+    auto const* const header = static_cast<Buffers::tagCPOMEMHEADER const*>(item.get_cptr()) - 1;
+    return header->pVTbl != nullptr && item.lockcnt() < INT_MAX;
+}
+
 // Makes `place`, the index or a bucket's slot in it, a handle on the block of `block`. What stood there goes when it
 // stands there no longer: it may be another one than this operation has left there, with items whose destruction comes
 // back to the table.
@@ -169,30 +176,37 @@ unsigned long CBaseHashTable::_findentry(Bucket const& bucket, HASHENTRY const& 
     return compare(stored.cpItem, entry.cpItem) == 0 ? position : not_found;
 }
 
-// A key that is not there is entered without asking a hook, so nothing can change the table meanwhile and no handle on
-// its index or on the bucket is needed. A bucket that nobody else holds grows by moving its bytes.
+// A key that is not there is entered without asking a hook. If copies of the item report nothing either, no code but the
+// table's own runs, so nothing can change the table meanwhile, and no handle on its index or on the bucket is needed.
 CPObjectMemory CBaseHashTable::AddItem(unsigned long key, CPObjectMemory const& item, eHashCollision mode)
 {
     if (!item)
         return {};
-    Index first_index;
-    if (!cpIndex && !first_index.Alloc(uBuckets))
-        return {};
-    Bucket& slot = cpIndex ? *_bucket_of(key) : first_index[key & uMask];
-    if (slot)
-        fetch_entries(slot);
-    HASHENTRY entry{key, item};
-    unsigned long const place = _lower_bound(slot.begin(), slot.GetCount(), key);
-    if (place == slot.GetCount() || slot[place].uKey != key)
+    if (copies_silently(item))
     {
-        if (!slot.Insert(entry, place))
+        Index first_index;
+        if (!cpIndex && !first_index.Alloc(uBuckets))
             return {};
-        if (first_index)
-            cpIndex = std::move(first_index);
-        return std::move(entry.cpItem);
+        Bucket& slot = cpIndex ? *_bucket_of(key) : first_index[key & uMask];
+        if (slot)
+            fetch_entries(slot);
+        unsigned long const place = _lower_bound(slot.begin(), slot.GetCount(), key);
+        if (place == slot.GetCount() || slot[place].uKey != key)
+        {
+            HASHENTRY entry{key, item};
+            if (!slot.Insert(entry, place))
+                return {};
+            if (first_index)
+                cpIndex = std::move(first_index);
+            return std::move(entry.cpItem);
+        }
     }
 
-    Index const index(cpIndex);
+    Index index(cpIndex);
+    if (!index && !index.Alloc(uBuckets))
+        return {};
+    HASHENTRY entry{key, item};
+    Bucket& slot = index[key & uMask];
     Bucket bucket = slot;
     unsigned long const position = _locateentry(bucket, entry);
     if (position < bucket.GetCount() && bucket[position].uKey == key)

@@ -21,7 +21,8 @@ class IndexReaders
 {
     struct alignas(64) Place // a cache line each
     {
-        std::atomic<unsigned long> looks_for{0}; // a tag and one, or 0 for nobody
+        // The lower half has a tag and one, or 0 for nobody; the upper half counts the readers that have left.
+        std::atomic<unsigned long> looks_for{0};
     };
 
 public:
@@ -33,7 +34,7 @@ public:
         ~Announcement()
         {
             if (m_is_in)
-                m_place.looks_for.store(0, std::memory_order_release);
+                m_place.looks_for.store(m_left, std::memory_order_release);
         }
         Announcement(Announcement const&) = delete;
         Announcement& operator=(Announcement const&) = delete;
@@ -42,12 +43,14 @@ public:
 
     private:
         Place& m_place;
+        unsigned long m_left; // what the place holds when this reader has left
         bool m_is_in;
     };
 
-    // Returns when every reader of a tag that was let in before the call has left.
+    // Returns when every reader of a tag that was let in before the call has left. Readers that come later are not waited
+    // for, not even in the same place.
     void wait_for_readers_of(unsigned long tag) const noexcept;
-    // Returns when every reader that was let in before the call has left.
+    // The same for readers of every tag.
     void wait_for_all_readers() const noexcept;
 
 private:

@@ -14,7 +14,7 @@ constexpr unsigned int first_width = 10;
 
 RecordIndex::~RecordIndex()
 {
-    Core::OS::_ffree(slots());
+    Core::OS::_ffree(m_slots.exchange(nullptr));
 }
 
 void RecordIndex::place(Slots& slots, unsigned long slot) noexcept

@@ -28,8 +28,9 @@ namespace ORVA::String
 //   reader                                        holder of the lock
 //   1. announces what it looks for, by the tag,   a. takes the record out of its slot, or hides it, or replaces all slots
 //      or is not let in
-//   2. reads where the slots are, and a slot      b. looks at each place of the readers, and waits while somebody is in
-//                                                    it who looks for the record's tag (for anything, if slots go)
+//   2. reads where the slots are, and a slot      b. looks at each place of the readers; if somebody is in it who looks
+//                                                    for the record's tag (for anything, if slots go), waits until the
+//                                                    place has changed
 //   3. reads the record if the tags agree, and    c. reads the record's count: it decides about the record from here on
 //      counts a handle
 //   4. withdraws the announcement                 d. frees what it took out
