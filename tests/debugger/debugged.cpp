@@ -281,12 +281,14 @@ int main()
         [&]
         {
             interlock.EnterWrite();
+            interlock.EnterWrite();
             interlock.EnterRead();
             section.Enter();
             ready.set_value();
             done.get_future().wait();
             section.Leave();
             interlock.LeaveRead();
+            interlock.LeaveWrite();
             interlock.LeaveWrite();
         });
     ready.get_future().wait();

@@ -29,9 +29,9 @@ look() {
     local what=$1
     shift
     ORVA_LOOK_AT=$what ORVA_CORE_FILE=$scratch/core timeout 120 gdb -nx -batch "$@" -x "$here/look.py" \
-        >"$scratch/output" 2>&1 </dev/null || { cat "$scratch/output" && exit 1; }
-    if grep -E 'Python Exception|Traceback|Error in sourced' "$scratch/output"; then
-        cat "$scratch/output" && exit 1
+        >"$scratch/output" 2>&1 </dev/null || { cat "$scratch/output" >&2 && exit 1; }
+    if grep -qE 'Python Exception|Traceback|Error in sourced' "$scratch/output"; then
+        cat "$scratch/output" >&2 && exit 1
     fi
     sed -nE 's/^@ //; T; s/0x[0-9a-f]{9,}/ADDRESS/g; s/LWP [0-9]+/LWP N/g; s/(_c[A-Z][A-Za-z]+ \()[0-9]+ bytes/\1N bytes/g; p' \
         "$scratch/output"

@@ -68,7 +68,7 @@ def look_at_pool():
     say("-- in the middle of a change")
     gdb.execute("tbreak ORVA::String::CCaseInsensitiveHash::Add", to_string=True)
     gdb.execute("continue", to_string=True)
-    say(execute("info orva-pool 0"))
+    say(execute("info orva-pool 0").splitlines()[0])
     gdb.execute("break look_here", to_string=True)
     go_on()
     say(execute("info orva-pool"))
@@ -81,8 +81,9 @@ def look_at_pool():
         gdb.lookup_type("unsigned long").pointer())
     used = [index for index in range(4096) if int(buckets[index]) != 0]
     gdb.execute("set var *(unsigned long*)%d = 0x10" % int(buckets + used[0]))
-    # The item of the next one's first entry, which is behind the header and the key.
+    # The item of the next one's first entry, behind the header and the key, and the size of the one behind that.
     gdb.execute("set var *(unsigned long*)%d = 0x20" % (int(buckets[used[1]]) + 32 + 8))
+    gdb.execute("set var ((ORVA::Buffers::tagCPOMEMHEADER*)%d)->uSize = 1000000" % int(buckets[used[2]]))
     say(execute("info orva-pool 0"))
     say("-- no process any more")
     gdb.execute("kill")
