@@ -8,6 +8,9 @@
 
 using namespace ORVA;
 
+// A waiter without anything, for the debugger to put where it likes.
+alignas(16) unsigned char g_waiter[256];
+
 // Called when all is in place.
 __attribute__((noinline)) void look_here()
 {

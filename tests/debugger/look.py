@@ -53,6 +53,11 @@ def look_at_all():
     go_on()
     look("bell interlock section signalled pulse invalid any all mutex free_mutex entered free_section reading "
          "free_interlock")
+    gdb.execute("set var bell.m_strays = (ORVA::Threading::tagEVENTWAITER*)g_waiter")
+    gdb.execute("set var bell.m_lock.m.__data.__owner = %d" % gdb.selected_thread().ptid[1])
+    look("bell")
+    gdb.execute("set var bell.m_strays = 0")
+    gdb.execute("set var bell.m_lock.m.__data.__owner = 0")
     go_on()
     look("stray odd damaged untyped string vector record event table")
     gdb.execute("kill")

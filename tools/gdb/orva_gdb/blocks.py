@@ -179,14 +179,16 @@ def view_of(block, element_type=None, name=None):
     if table_name is None:
         return View(block)
     if table_name == "ORVA::Buffers::CPPlainMemory::_vtbl":
-        return BytesView(block) if element_type is None else ElementsView(block, element_type, name)
+        if element_type is None or element_type.sizeof == 0:
+            return BytesView(block)
+        return ElementsView(block, element_type, name)
     text = re.match(r"ORVA::Buffers::CPCString<(.*)>::_vtbl$", table_name)
     if text is not None:
         return TextView(block, 4 if text[1] == "wchar_t" else 1)
     try:
         element = _argument("CPObjectVector", table_name)
         if element is not None:
-            return ElementsView(block, element)
+            return ElementsView(block, element) if element.sizeof else View(block)
         payload = _payload_type(table_name)
         return View(block) if payload is None else ObjectView(block, payload)
     except Unreadable:

@@ -2,7 +2,7 @@
 import gdb
 
 from .blocks import block_of
-from .memory import Unreadable, counted, field, scalar
+from .memory import Unreadable, counted, field, read, scalar
 from .printer import Composite, Printer
 
 MOST_STRAYS = 10000
@@ -19,8 +19,13 @@ def thread_of(handle):
     return "thread %#x" % number if thread is None else _described(thread)
 
 
+def _system_id(thread):
+    process, thread_of_process, _ = thread.ptid
+    return thread_of_process or process
+
+
 def _described(thread):
-    return "thread %d (LWP %d)" % (thread.num, thread.ptid[1] or thread.ptid[0])
+    return "thread %d (LWP %d)" % (thread.num, _system_id(thread))
 
 
 def _system_owner(mutex):
@@ -32,7 +37,7 @@ def _system_owner(mutex):
     if owner == 0:
         return None
     for thread in gdb.selected_inferior().threads():
-        if owner in (thread.ptid[1], thread.ptid[0]):
+        if owner == _system_id(thread):
             return _described(thread)
     return "LWP %d" % owner
 
@@ -83,14 +88,14 @@ class InterlockPrinter(Printer):
         return "held for writing by %s%s" % (who, " with %s inside" % " and ".join(inner) if inner else "")
 
 
-def _elements(vector):
-    """The pointers in a plain vector."""
+def _filled_places(vector):
+    """How many pointers of a plain vector are not null."""
     block = block_of(vector)
     if block is None:
-        return []
-    pointer = gdb.lookup_type("void").pointer()
-    first = block.payload.cast(pointer.pointer())
-    return [int((first + at).dereference()) for at in range(block.size // pointer.sizeof)]
+        return 0
+    size = gdb.lookup_type("void").pointer().sizeof
+    data = read(int(block.payload), block.size)
+    return sum(1 for at in range(0, len(data), size) if any(data[at:at + size]))
 
 
 class EventPrinter(Composite):
@@ -100,7 +105,7 @@ class EventPrinter(Composite):
         return str(scalar(field(self.value, "m_state"))).rsplit("::", 1)[-1]
 
     def waiters(self):
-        count = sum(1 for each in _elements(field(self.value, "m_waiters")) if each)
+        count = _filled_places(field(self.value, "m_waiters"))
         strays = self.strays()
         return counted(count, "waiter") + (" and %d without a place" % strays if strays else "")
 
@@ -118,7 +123,7 @@ class EventPrinter(Composite):
 
     def event(self):
         value = int(scalar(field(self.value, "m_value")))
-        listeners = sum(1 for each in _elements(field(self.value, "m_listeners")) if each)
+        listeners = _filled_places(field(self.value, "m_listeners"))
         holder = _system_owner(field(field(self.value, "m_lock"), "m"))
         parts = [self.state(), "value %d" % (value - (1 << 64) if value >> 63 else value), self.waiters()]
         if listeners:
