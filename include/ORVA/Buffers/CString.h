@@ -39,8 +39,11 @@ public:
         return *this;
     }
 
+    /// The operation of the type table: nothing, the characters stay as they are.
     static void _create(void*, unsigned long) {}
+    /// The operation of the type table: copies `size` bytes.
     static void _clone(void* dest, void const* source, unsigned long size) { std::memmove(dest, source, size); }
+    /// The operation of the type table: nothing.
     static void _finalize(void*, unsigned long) {}
 };
 

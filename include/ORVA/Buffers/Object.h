@@ -55,11 +55,14 @@ public:
     /// The object; the handle must not be empty.
     T& operator*() const noexcept { return *static_cast<T*>(get_ptr()); }
 
+    /// The operation of the type table: constructs the object. What its constructor throws passes.
     static void _create(void* payload, unsigned long) { ::new (payload, _nqfDebugLevel(0)) T(); }
+    /// The operation of the type table: constructs the object as a copy. What its constructor throws passes.
     static void _clone(void* dest, void const* source, unsigned long)
     {
         ::new (dest, _nqfDebugLevel(0)) T(*static_cast<T const*>(source));
     }
+    /// The operation of the type table: destroys the object.
     static void _finalize(void* payload, unsigned long) { static_cast<T*>(payload)->T::~T(); }
 
 protected:
@@ -129,6 +132,7 @@ public:
         return *this;
     }
 
+    /// The operation of the type table: asks the object.
     static void* _interface(void* payload, _nqfUID const& uid)
     {
         return static_cast<T const*>(payload)->queryInterface(uid);

@@ -207,7 +207,7 @@ protected:
             SetSize(size); // which reports what is wrong with the block
     }
 
-    tagCPOMEMHEADER* m_pMH = nullptr;
+    tagCPOMEMHEADER* m_pMH = nullptr; ///< the block, null for an empty handle
 
 private:
     static void _destroy(tagCPOMEMHEADER* header);

@@ -85,20 +85,29 @@ public:
 
     /// The element at `index`, which must be below the count.
     T& operator[](unsigned long index) noexcept { return begin()[index]; }
+    /// The element at `index` for reading; it must be below the count.
     T const& operator[](unsigned long index) const noexcept { return begin()[index]; }
 
+    /// The first element, null without a block.
     T* begin() noexcept { return static_cast<T*>(get_ptr()); }
+    /// Behind the last element, null without a block.
     T* end() noexcept { return begin() + GetCount(); }
+    /// The first element for reading, null without a block.
     T const* begin() const noexcept { return static_cast<T const*>(get_cptr()); }
+    /// Behind the last element for reading, null without a block.
     T const* end() const noexcept { return begin() + GetCount(); }
 
+    /// The operation of the type table: constructs as many elements as fit `size`.
     static void _create(void* payload, unsigned long size);
+    /// The operation of the type table: constructs as many elements as fit `size` as copies.
     static void _clone(void* dest, void const* source, unsigned long size);
+    /// The operation of the type table: destroys as many elements as fit `size`.
     static void _finalize(void* payload, unsigned long size);
 
 private:
     static constexpr unsigned long growth = 16;
 
+    /// @cond
     // The copy of an item on its way into a vector. It is destroyed unless its bytes have been put in place.
     class Arrival
     {
@@ -122,6 +131,7 @@ private:
         alignas(T) unsigned char m_bytes[sizeof(T)];
         bool m_placed = false;
     };
+    /// @endcond
 
     static CPObjectVector _make_room(unsigned long count);
     void _copy_elements_to(CPObjectVector& other) const;

@@ -36,7 +36,9 @@ public:
     operator void const*() const noexcept { return get_cptr(); }
 
     // Without these two, `if (handle)` would have to choose between the conversions above and those of the base.
+    /// True if the handle holds a block.
     operator bool() noexcept { return m_pMH != nullptr; }
+    /// True if the handle holds a block.
     operator bool() const noexcept { return m_pMH != nullptr; }
 
     /// The bytes in use, 0 for an empty handle.
@@ -65,8 +67,11 @@ public:
     /// even where the capacity would do.
     int _Reserve(unsigned long size, tagCPOVTABL const* table);
 
+    /// The operation of the type table.
     static void _create(void* payload, unsigned long size);
+    /// The operation of the type table: copies `size` bytes.
     static void _clone(void* dest, void const* source, unsigned long size);
+    /// The operation of the type table: nothing.
     static void _finalize(void* payload, unsigned long size);
 
 private:

@@ -20,6 +20,7 @@ class ORVA_TEMPLATE_API CPPlainVector : public CPPlainMemory
     static constexpr unsigned long growth = 16 * sizeof(T);
 
 public:
+    /// As `CPPlainMemory` does: empty, or a second handle on a block of plain bytes.
     using CPPlainMemory::CPPlainMemory;
     using CPPlainMemory::operator=;
 
@@ -51,11 +52,16 @@ public:
 
     /// The element at `index`, which must be below the count.
     T& operator[](unsigned long index) noexcept { return begin()[index]; }
+    /// The element at `index` for reading; it must be below the count.
     T const& operator[](unsigned long index) const noexcept { return begin()[index]; }
 
+    /// The first element, null without a block.
     T* begin() noexcept { return static_cast<T*>(get_ptr()); }
+    /// Behind the last element, null without a block.
     T* end() noexcept { return begin() + GetCount(); }
+    /// The first element for reading, null without a block.
     T const* begin() const noexcept { return static_cast<T const*>(get_cptr()); }
+    /// Behind the last element for reading, null without a block.
     T const* end() const noexcept { return begin() + GetCount(); }
 };
 

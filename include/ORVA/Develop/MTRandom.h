@@ -31,8 +31,8 @@ public:
     /// Makes `largest` the largest result of `rnd`. 0xFFFFFFFF removes the limit, 0 makes every result 0.
     void maxrnd(unsigned int largest) { m_modulus = largest + 1; }
 
-    /// Makes `factor` what `drnd` multiplies by. Despite the name it is not the largest result: that is `factor` times
-    /// 4294967295. For results of 0.0 to x, pass x / 4294967295.0.
+    /// Makes `factor` what `drnd` multiplies by. Despite the name it is not the largest result, which is `factor` times
+    /// 4294967295: for results of 0.0 to x, pass x / 4294967295.0.
     void maxdrnd(double factor) { m_factor = factor; }
 
     /// The next word; with a limit, its remainder modulo the limit plus 1.
@@ -72,10 +72,10 @@ protected:
         return word ^ (word >> 18);
     }
 
-    unsigned long m_index;            ///< the next word to read; 624 or more if the block is used up
-    unsigned int m_state[word_count]; ///< the block
-    unsigned int m_modulus = 0;       ///< 0 if `rnd` gives all 32 bits
-    double m_factor = 1.0 / 4294967295.0;
+    unsigned long m_index;                ///< the next word to read; 624 or more if the block is used up
+    unsigned int m_state[word_count];     ///< the block
+    unsigned int m_modulus = 0;           ///< 0 if `rnd` gives all 32 bits
+    double m_factor = 1.0 / 4294967295.0; ///< what `drnd` multiplies by
 
     friend class CMTRnd_TS;
 };

@@ -44,8 +44,8 @@ protected:
     /// Low 32 bits: the next word to read in the active block, 624 if it is used up, 625 while the blocks are being
     /// changed. High 32 bits: how often they have been. Changed only by compare-and-swap.
     unsigned long m_index = 0;
-    unsigned int m_block_a[word_count];
-    unsigned int m_block_b[word_count];
+    unsigned int m_block_a[word_count];             ///< one block
+    unsigned int m_block_b[word_count];             ///< the other block
     std::atomic<unsigned int*> m_active{m_block_a}; ///< the block being read
     std::atomic<unsigned int*> m_spare{nullptr};    ///< the next block; null while it is being made
 

@@ -31,9 +31,13 @@ public:
     /// True for success.
     operator bool() const { return lResult >= 0; }
 
+    /// Compares the wrapped results.
     bool operator==(hr const& other) const { return lResult == other.lResult; }
+    /// Compares the wrapped result with `other`.
     bool operator==(long other) const { return lResult == other; }
+    /// The negation of `operator==`.
     bool operator!=(hr const& other) const { return !(*this == other); }
+    /// The negation of `operator==`.
     bool operator!=(long other) const { return !(*this == other); }
 
     // For integers of other types, which could as well be compared with the result of one of the conversions below.

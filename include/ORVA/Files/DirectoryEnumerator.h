@@ -4,9 +4,10 @@
 /// @code
 /// CDirectoryEnumerator files;
 /// CFindData entry;
+/// long size = 0;
 /// if (files.BeginEnumerate(L"/music", L".wav"))
 ///     while (files.GetNext(entry))
-///         std::wprintf(L"%ls: %ld bytes\n", entry.GetFilename(), entry.GetSize());
+///         size += entry.GetSize();
 /// @endcode
 ///
 /// Thread-safety: an enumerator belongs to one thread at a time.

@@ -45,17 +45,17 @@ struct tagCPATHPARSEINFO
 /// The parts of a path that may be written to; the fields are those of `tagCPATHPARSEINFO`.
 struct tagPATHPARSEINFO
 {
-    wchar_t* pPrefix;
-    wchar_t* pPrefixEnd;
-    wchar_t* pDrive;
-    wchar_t* pDriveEnd;
-    wchar_t* pServer;
-    wchar_t* pServerEnd;
-    wchar_t* pDirectory;
-    wchar_t* pDirectoryEnd;
-    wchar_t* pName;
-    wchar_t* pNameEnd;
-    wchar_t* pExtension;
+    wchar_t* pPrefix;       ///< `tagCPATHPARSEINFO::pPrefix`
+    wchar_t* pPrefixEnd;    ///< `tagCPATHPARSEINFO::pPrefixEnd`
+    wchar_t* pDrive;        ///< `tagCPATHPARSEINFO::pDrive`
+    wchar_t* pDriveEnd;     ///< `tagCPATHPARSEINFO::pDriveEnd`
+    wchar_t* pServer;       ///< `tagCPATHPARSEINFO::pServer`
+    wchar_t* pServerEnd;    ///< `tagCPATHPARSEINFO::pServerEnd`
+    wchar_t* pDirectory;    ///< `tagCPATHPARSEINFO::pDirectory`
+    wchar_t* pDirectoryEnd; ///< `tagCPATHPARSEINFO::pDirectoryEnd`
+    wchar_t* pName;         ///< `tagCPATHPARSEINFO::pName`
+    wchar_t* pNameEnd;      ///< `tagCPATHPARSEINFO::pNameEnd`
+    wchar_t* pExtension;    ///< `tagCPATHPARSEINFO::pExtension`
 };
 
 static_assert(sizeof(tagCPATHPARSEINFO) == 88 && sizeof(tagPATHPARSEINFO) == 88, "eleven pointers");

@@ -2,8 +2,8 @@
 /// Exact fractions of two 32-bit integers.
 ///
 /// Results stay exact or say that they could not: a component above `gs_maxRep` is reported to the log, at level 16
-/// (`_nqfDebugNotice`), and the result is the value 1/0, which `isNormal()` tells. Nothing throws. A failure survives a chain of operations, **save as a divisor**:
-/// what is divided by 1/0 is 0/1. Ask before a division, and at the end.
+/// (`_nqfDebugNotice`), and the result is the value 1/0, which `isNormal()` tells. Nothing throws. A failure survives a
+/// chain of operations, **save as a divisor**: what is divided by 1/0 is 0/1. Ask before a division, and at the end.
 ///
 /// | state | numerator | denominator | comes from |
 /// |---|---|---|---|
@@ -39,12 +39,14 @@ class ORVA_API CRational
 public:
     /// 0/1.
     CRational() noexcept = default;
+    /// The same fraction, as it stands.
     CRational(CRational const& source) noexcept = default;
     /// The fraction, normalised. A denominator of 0 gives 1/0, whatever the numerator.
     CRational(int numerator, int denominator);
     /// The integer, normalised.
     CRational(int value);
 
+    /// The same fraction, as it stands.
     CRational& operator=(CRational const& source) noexcept = default;
     /// As the constructor.
     CRational& operator=(int value);
@@ -81,24 +83,32 @@ public:
     /// The sum. 1/0, unreported, if both denominators are 0; a denominator of 0 if one is. A result that is out of range
     /// is reported and 1/0.
     CRational operator+(CRational const& other) const;
+    /// The sum with `CRational(other)`.
     CRational operator+(int other) const { return *this + CRational(other); }
+    /// Becomes the sum.
     CRational& operator+=(CRational const& other);
 
     /// The difference, as the sum; the report is that of the sum. A fraction less 1/0 is -1/0.
     CRational operator-(CRational const& other) const;
+    /// The difference with `CRational(other)`.
     CRational operator-(int other) const { return *this - CRational(other); }
+    /// Becomes the difference.
     CRational& operator-=(CRational const& other);
 
     /// The product. Common factors are cancelled before the multiplication, and with negative operands the sign may be
     /// left on the denominator. A result that is out of range is reported and 1/0; 0 times 1/0 is 1/0, unreported.
     CRational operator*(CRational const& other) const;
+    /// The product with `CRational(other)`.
     CRational operator*(int other) const { return *this * CRational(other); }
+    /// Becomes the product.
     CRational& operator*=(CRational const& other);
 
     /// The product with the reciprocal; the report is that of the product. Division by 0 gives 1/0, unreported; division
     /// by 1/0, and by an `int` beyond `gs_maxRep`, gives 0/1.
     CRational operator/(CRational const& other) const;
+    /// The quotient with `CRational(other)`.
     CRational operator/(int other) const { return *this / CRational(other); }
+    /// Becomes the quotient.
     CRational& operator/=(CRational const& other);
 
     /// @name Exact comparisons
@@ -112,6 +122,8 @@ public:
     /// `==` compares components: a value with the sign below does not equal the same value with the sign on top. `<=` is
     /// `<` or `==`, `>=` is `>` or `==`, asked in that order.
     /// @{
+
+    /// Compares, as told for this group.
     bool operator<(CRational const& other) const;
     bool operator>(CRational const& other) const;
     bool operator==(CRational const& other) const noexcept { return _both() == other._both(); }
@@ -119,8 +131,10 @@ public:
     bool operator>=(CRational const& other) const { return *this > other || *this == other; }
     /// @}
 
-    /// @name Comparisons of `fract()` with a floating-point number, or an `int`, by the rules of IEEE 754
+    /// @name Comparisons of fract() with a floating-point number, or an int, by the rules of IEEE 754
     /// @{
+
+    /// Compares, as told for this group.
     bool operator<(double other) const noexcept { return fract() < other; }
     bool operator>(double other) const noexcept { return fract() > other; }
     bool operator==(double other) const noexcept { return fract() == other; }
@@ -156,8 +170,10 @@ private:
 
 static_assert(sizeof(CRational) == 8, "a fraction is two 32-bit integers");
 
-/// @name The operations with an `int` on the left
+/// @name The operations with an int on the left
 /// @{
+
+/// The result is that of the operation with `CRational(left)`.
 ORVA_API CRational operator+(int left, CRational const& right);
 ORVA_API CRational operator-(int left, CRational const& right);
 ORVA_API CRational operator*(int left, CRational const& right);

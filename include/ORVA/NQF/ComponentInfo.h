@@ -32,9 +32,9 @@ struct ORVA_API tagCOMPONENT_INFO
     _nqfUID uidVendor = {};         ///< the vendor of the plug-in
     String::CNQFWChar sVendor;      ///< the vendor's name
     unsigned int uMajorVersion = 0; ///< the version of the plug-in
-    unsigned int uMinorVersion = 0;
-    unsigned int uPatchVersion = 0;
-    unsigned int uBuildVersion = 0;
+    unsigned int uMinorVersion = 0; ///< as above
+    unsigned int uPatchVersion = 0; ///< as above
+    unsigned int uBuildVersion = 0; ///< as above
 };
 
 static_assert(offsetof(tagCOMPONENT_INFO, uidDefinition) == 8 && offsetof(tagCOMPONENT_INFO, sName) == 40 &&

@@ -47,6 +47,7 @@ public:
     virtual int CreateComponent(_nqfUID const& classId, INQFUnknown* outer, _nqfUID const& iid, void** out) = 0;
     /// Makes an instance of `classId` and gives its interface `iid`. `outer` is null in all calls of the library.
     virtual int CreateInstance(_nqfUID const& classId, INQFUnknown* outer, _nqfUID const& iid, void** out) = 0;
+    /// Keeps a place in the table; the library does not call it.
     virtual void _reserved5() = 0;
     /// Gives the interface `iid` of the definition `id`.
     virtual int FindDefinition(_nqfUID const& id, _nqfUID const& iid, void** out) = 0;
@@ -61,7 +62,9 @@ protected:
 class ORVA_API INQFDefinition : public INQFUnknown
 {
 public:
+    /// Keeps a place in the table; the library does not call it.
     virtual void _reserved3() = 0;
+    /// Keeps a place in the table; the library does not call it.
     virtual void _reserved4() = 0;
     /// Writes the value of `attribute`, read as a value of `type`, to `buffer`, which has `size` bytes.
     virtual int GetAttribute(_nqfUID const& attribute, _nqfUID const& type, void* buffer, unsigned int size) = 0;
@@ -112,9 +115,12 @@ class ORVA_API _cNQFUnknown;
 
 } // namespace ORVA::NQF
 
-// The identifiers are constants of the library: readable before any constructor has run, each at one address in the
-// whole process.
+/// @name Identifiers
+///
+/// Constants of the library: readable before any constructor has run, each at one address in the whole process.
+/// @{
 
+/// The identifier of the type.
 template <>
 ORVA_API _nqfUID const& __nqf_uuidof<INQFUnknown>();
 template <>
@@ -157,3 +163,5 @@ template <>
 ORVA_API _nqfUID const& __nqf_uuidof<REFID_phldr_NQFTypeID_UnicodeString>();
 template <>
 ORVA_API _nqfUID const& __nqf_uuidof<REFID_phldr_NQFTypeID_UInt32>();
+
+/// @}

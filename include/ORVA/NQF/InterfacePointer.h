@@ -70,10 +70,12 @@ public:
     /// Compares the pointers held, raw or resolved. Nobody is asked, so one object behind two addresses compares
     /// unequal. All empty handles are equal.
     bool operator==(CPINQFUnknown const& other) const noexcept;
+    /// The negation of `operator==`.
     bool operator!=(CPINQFUnknown const& other) const noexcept { return !(*this == other); }
 
     /// True if `_getptr` gives a pointer.
     operator bool() { return _getptr() != nullptr; }
+    /// True if `_getptr` gives a pointer.
     operator bool() const { return _getptr() != nullptr; }
 
     /// Asks `pointer` for this handle's interface. The new pointer, with a reference that the caller owns; null for
@@ -115,6 +117,7 @@ public:
 
     /// As above with the factory of the process. Without one the handle is freed, and the result false.
     bool createComponent(_nqfUID const& classId);
+    /// As above, by `CreateInstance`.
     bool createInstance(_nqfUID const& classId);
 
     /// @name The factory of the process
@@ -133,6 +136,7 @@ public:
     static int Factory_Set(INQFComponentFactory* factory);
     /// Asks the object for its factory interface and sets that. 0 if it has none.
     static int Factory_Set(INQFUnknown* object);
+    /// As above, with what the handle holds.
     static int Factory_Set(CPINQFUnknown& object);
 
     /// Takes one user off; with the last one the factory is released and the slot empty. Always 1, also on an empty

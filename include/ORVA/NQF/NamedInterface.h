@@ -28,7 +28,9 @@ public:
 
     /// Each does what the assignment of `CPINQFUnknown` from the same source does.
     IPNQF& operator=(INQFUnknown* pointer);
+    /// As above.
     IPNQF& operator=(CPINQFUnknown const& other);
+    /// As above. The type stays.
     IPNQF& operator=(IPNQF const& other);
 
     using CPINQFUnknown::QueryRawInterface;

@@ -20,6 +20,7 @@ public:
     CPNQI(INQFUnknown* pointer) { _own(_addRef(pointer)); }
     /// Asks what `source` holds for the interface; empty on failure.
     CPNQI(CPINQFUnknown const& source) : CPINQFUnknown() { _own(_addRef(source._getptr())); }
+    /// As above.
     CPNQI(CPNQI const& source) : CPNQI(static_cast<CPINQFUnknown const&>(source)) {}
 
     ~CPNQI() override = default;
@@ -32,11 +33,13 @@ public:
         CPINQFUnknown::operator=(pointer);
         return *this;
     }
+    /// As above.
     CPNQI& operator=(CPINQFUnknown const& other)
     {
         CPINQFUnknown::operator=(other);
         return *this;
     }
+    /// As above.
     CPNQI& operator=(CPNQI const& other)
     {
         CPINQFUnknown::operator=(other);

@@ -27,13 +27,18 @@ class ORVA_API cnqfuid
 public:
     /// Nil.
     constexpr cnqfuid() noexcept : m_uid{} {}
+    /// The same identifier.
     cnqfuid(cnqfuid const& source) noexcept = default;
+    /// The same identifier.
     constexpr cnqfuid(_nqfUID const& source) noexcept : m_uid(source) {}
     /// Each does what `Set` does; nobody learns whether the text was one.
     cnqfuid(char const* text) noexcept { Set(text); }
+    /// As above.
     cnqfuid(wchar_t const* text) noexcept { Set(text); }
 
+    /// Becomes the same identifier.
     cnqfuid& operator=(cnqfuid const& source) noexcept = default;
+    /// Becomes the same identifier.
     cnqfuid& operator=(_nqfUID const& source) noexcept
     {
         m_uid = source;
@@ -45,6 +50,7 @@ public:
         Set(text);
         return *this;
     }
+    /// As above.
     cnqfuid& operator=(wchar_t const* text) noexcept
     {
         Set(text);
@@ -56,6 +62,7 @@ public:
 
     /// The bytes themselves, for use as an output argument.
     _nqfUID& rec() noexcept { return m_uid; }
+    /// The bytes themselves.
     operator _nqfUID const&() const noexcept { return m_uid; }
 
     /// Reads a text in any case of letters. The result is 1 or 0, and with 0 the identifier is nil.
@@ -67,18 +74,25 @@ public:
     /// - The last group is read two characters at a time, each pair as "%hx" reads it: "1g" is 0x01, and a pair of
     ///   blanks repeats the byte before it. Fewer than 12 characters give 0; what follows the twelfth is ignored.
     int Set(char const* text) noexcept;
+    /// As above.
     int Set(wchar_t const* text) noexcept;
 
-    /// Compares all sixteen bytes.
+    /// Compares all sixteen bytes. An `_nqfUID` may stand on the left as well.
     bool operator==(_nqfUID const& other) const noexcept { return std::memcmp(&m_uid, &other, sizeof m_uid) == 0; }
+    /// Compares all sixteen bytes.
     bool operator==(cnqfuid const& other) const noexcept { return *this == other.m_uid; }
+    /// The negation of `operator==`.
     bool operator!=(_nqfUID const& other) const noexcept { return !(*this == other); }
+    /// The negation of `operator==`.
     bool operator!=(cnqfuid const& other) const noexcept { return !(*this == other); }
+    /// @cond
     friend bool operator==(_nqfUID const& left, cnqfuid const& right) noexcept { return right == left; }
     friend bool operator!=(_nqfUID const& left, cnqfuid const& right) noexcept { return !(right == left); }
+    /// @endcond
 
     /// True unless it is nil.
     operator bool() noexcept { return *this != nqfUID_null; }
+    /// True unless it is nil.
     operator bool() const noexcept { return *this != nqfUID_null; }
 
     /// The canonical text. Holds nothing if the heap is exhausted.

@@ -33,7 +33,9 @@ public:
 
     /// Each constructor does what the assignment from the same source does.
     CANSIChar(char const* source) { *this = source; }
+    /// As above.
     CANSIChar(wchar_t const* source) { *this = source; }
+    /// As above.
     CANSIChar(CNQFWChar const& source) { *this = source; }
     CANSIChar(unsigned char const* source) = delete;
     CANSIChar(unsigned short const* source) = delete;

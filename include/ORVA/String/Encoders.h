@@ -47,7 +47,7 @@ public:
     unsigned int GetString(wchar_t* buffer) override;
 
 protected:
-    CPPoolString m_text;
+    CPPoolString m_text;          ///< the text
     unsigned char const* m_input; ///< the bytes that are left
     unsigned long m_count;        ///< their number
 };
@@ -72,7 +72,7 @@ public:
     unsigned int GetString(wchar_t* buffer) override;
 
 protected:
-    CPPoolString m_text;
+    CPPoolString m_text;          ///< the text
     unsigned char const* m_input; ///< the bytes that are left
     unsigned long m_count;        ///< their number
 };

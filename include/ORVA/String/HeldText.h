@@ -41,6 +41,7 @@ public:
 
 protected:
     HeldText() noexcept = default;
+    /// Takes text and length over; `source` then holds nothing.
     HeldText(HeldText&& source) noexcept : pText(source.pText), uLen(source.uLen) { source._leave(); }
     ~HeldText()
     {
@@ -48,6 +49,7 @@ protected:
             Core::OS::_ffree(pText);
     }
 
+    /// Takes text and length over; `source` then holds nothing.
     HeldText& operator=(HeldText&& source) noexcept
     {
         if (this != &source)

@@ -40,6 +40,8 @@ public:
 
     /// @name The one record of a text, made if need be
     /// @{
+
+    /// The record, as the table tells.
     static _cppoolstring GetStringRef(wchar_t const* source);
     static _cppoolstring GetStringRef(unsigned char const* source);
     static _cppoolstring GetStringRefn(wchar_t const* source, unsigned long length);
@@ -49,6 +51,8 @@ public:
 
     /// @name The record of any spelling of a text, made if need be
     /// @{
+
+    /// The record, as the table tells.
     static _cppoolstring GetStringRefi(wchar_t const* source);
     static _cppoolstring GetStringRefi(unsigned char const* source);
     static _cppoolstring GetStringRefni(wchar_t const* source, unsigned long length);
@@ -57,6 +61,8 @@ public:
 
     /// @name The record of a text, if there is one
     /// @{
+
+    /// The record, as the table tells.
     static _cppoolstring QueryStringRef(wchar_t const* source);
     static _cppoolstring QueryStringRef(unsigned char const* source);
     static _cppoolstring QueryStringRefn(wchar_t const* source, unsigned long length);
@@ -65,6 +71,8 @@ public:
 
     /// @name The record of any spelling of a text, if there is one
     /// @{
+
+    /// The record, as the table tells.
     static _cppoolstring QueryStringRefi(wchar_t const* source);
     static _cppoolstring QueryStringRefi(unsigned char const* source);
     static _cppoolstring QueryStringRefni(wchar_t const* source, unsigned long length);

@@ -77,7 +77,10 @@ public:
     /// Not offered, so that a pointer of another type does not become a `bool`; nor is the assignment below.
     CPPoolString(void const*) = delete;
 
-    /// Each assignment does what the constructor from the same source does.
+    /// @name Each assignment does what the constructor from the same source does
+    /// @{
+
+    /// As the constructor.
     CPPoolString& operator=(CPPoolString const& source) = default;
     CPPoolString& operator=(CPPoolString&& source) = default;
     CPPoolString& operator=(_cppoolstring const& source);
@@ -90,12 +93,14 @@ public:
     CPPoolString& operator=(int value);
     CPPoolString& operator=(unsigned long long value);
     CPPoolString& operator=(long long value);
+    /// @}
     /// Not offered, so that it does not become the assignment of a `bool`: construct a string instead.
     CPPoolString& operator=(char const*) = delete;
     CPPoolString& operator=(void const*) = delete;
 
     /// False only for the null string and for a handle without a record; true for the empty string.
     operator bool() noexcept { return !isnull(); }
+    /// As above.
     operator bool() const noexcept { return !isnull(); }
     /// True for the null string.
     bool isnull() const noexcept { return _record() == &Constants::null_record.record; }
@@ -133,41 +138,51 @@ public:
 
     /// True if both are the same string. One comparison of pointers.
     bool operator==(CPPoolString const& other) const noexcept { return m_pMH == other.m_pMH; }
+    /// The negation of `operator==`.
     bool operator!=(CPPoolString const& other) const noexcept { return m_pMH != other.m_pMH; }
     using Buffers::CPObjectMemory::operator==;
     using Buffers::CPObjectMemory::operator!=;
     /// True if the texts are equal.
     bool operator==(wchar_t const* text) const { return cmp(text) == 0; }
+    /// The negation of `operator==`.
     bool operator!=(wchar_t const* text) const { return cmp(text) != 0; }
 
     /// Compares whole texts, exactly.
     int cmp(CPPoolString const& other) const;
+    /// As above.
     int cmp(wchar_t const* other) const;
     /// Compares whole texts, folded.
     int cmpi(CPPoolString const& other) const;
+    /// As above.
     int cmpi(wchar_t const* other) const;
 
     /// Compares the beginning with the whole of `other`, exactly: 0 if the text begins with it, -1 if the text is shorter.
     int cmpp(CPPoolString const& other) const;
+    /// As above.
     int cmpp(wchar_t const* other) const;
     /// As `cmpp`, folded.
     int cmppi(CPPoolString const& other) const;
+    /// As above.
     int cmppi(wchar_t const* other) const;
 
     /// Compares the end with the whole of `other`, exactly: 0 if the text ends with it, -1 if the text is shorter.
     int cmp_p(CPPoolString const& other) const;
+    /// As above.
     int cmp_p(wchar_t const* other) const;
     /// As `cmp_p`, folded.
     int cmp_pi(CPPoolString const& other) const;
+    /// As above.
     int cmp_pi(wchar_t const* other) const;
 
     /// True if `part` occurs in the text, exactly. An empty `part` does not occur, save in itself.
     ///
     /// A match that has begun and runs into the end of the text ends the search.
     bool cnt(CPPoolString const& part) const;
+    /// As above.
     bool cnt(wchar_t const* part) const;
     /// As `cnt`, folded, by `wcscnti`.
     bool cnti(CPPoolString const& part) const;
+    /// As above.
     bool cnti(wchar_t const* part) const;
 
     /// True if both texts are equal when folded. Compares hashes first and the whole text last.

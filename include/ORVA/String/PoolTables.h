@@ -23,7 +23,9 @@ namespace ORVA::String
 struct ORVA_API ISSTRINGPOOLENTRY
 {
     ISSTRINGPOOLENTRY() = default;
+    /// Shares the string and the rest of the chain.
     ISSTRINGPOOLENTRY(ISSTRINGPOOLENTRY const&) = default;
+    /// Shares the string and the rest of the chain.
     ISSTRINGPOOLENTRY& operator=(ISSTRINGPOOLENTRY const&) = default;
     /// Releases the rest of the chain first, in constant stack space however long it is, and then the string.
     ~ISSTRINGPOOLENTRY();

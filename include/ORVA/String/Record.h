@@ -60,12 +60,18 @@ ORVA_API void poolstring_finalize(void* payload, unsigned long size);
 /// Lengths are in units of the source. Costs no allocation for wide text, and a small one for the others.
 struct ORVA_API staticStringRecord
 {
+    /// @name From a source, as the table tells
+    /// @{
+
+    /// The record of the text.
     explicit staticStringRecord(wchar_t const* source);
     staticStringRecord(wchar_t const* source, unsigned long length);
     explicit staticStringRecord(unsigned char const* source);
     staticStringRecord(unsigned char const* source, unsigned long length);
     explicit staticStringRecord(unsigned short const* source);
     staticStringRecord(unsigned short const* source, unsigned long length);
+
+    /// @}
 
     staticStringRecord(staticStringRecord const&) = delete;
     staticStringRecord& operator=(staticStringRecord const&) = delete;
@@ -74,7 +80,7 @@ struct ORVA_API staticStringRecord
     ~staticStringRecord();
 
     Buffers::tagCPOMEMHEADER header; ///< count 0, so the block is static; both sizes are the record's
-    tagSTRINGPOOLRECORD record;
+    tagSTRINGPOOLRECORD record;      ///< the record, behind the header as in a block
 };
 
 static_assert(sizeof(staticStringRecord) == sizeof(Buffers::tagCPOMEMHEADER) + sizeof(tagSTRINGPOOLRECORD),
@@ -114,8 +120,11 @@ public:
     /// A second handle on the block of `source` if that is a pooled string; otherwise the null record.
     _cppoolstring(Buffers::CPObjectMemory const& source);
 
+    /// As the constructor.
     _cppoolstring& operator=(staticStringRecord& source);
+    /// As the constructor.
     _cppoolstring& operator=(_cppoolstring const& source) = default;
+    /// As the constructor.
     // NOLINTNEXTLINE(performance-noexcept-move-constructor): part of the boundary as it is
     _cppoolstring& operator=(_cppoolstring&& source);
     /// As the constructor; a refused block leaves the null record.
@@ -150,6 +159,7 @@ public:
     }
 
 protected:
+    /// The record; that of the null string for an empty handle.
     tagSTRINGPOOLRECORD* _record() const noexcept
     {
         Buffers::tagCPOMEMHEADER* const header = m_pMH != nullptr ? m_pMH : &Constants::null_record.header;

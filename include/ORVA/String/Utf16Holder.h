@@ -30,11 +30,17 @@ public:
 
     /// Each constructor does what the assignment from the same source does.
     CUTF16Char(unsigned short const* source) { *this = source; }
+    /// As above.
     CUTF16Char(wchar_t const* source) { *this = source; }
+    /// As above.
     CUTF16Char(unsigned char const* source) { *this = source; }
+    /// As above.
     CUTF16Char(char const* source) { *this = source; }
+    /// As above.
     CUTF16Char(CNQFWChar const& source) { *this = source; }
+    /// As above.
     CUTF16Char(CUTF8Char const& source) { *this = source; }
+    /// As above.
     CUTF16Char(CANSIChar const& source) { *this = source; }
     CUTF16Char(unsigned int const* source) = delete;
 

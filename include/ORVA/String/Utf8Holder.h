@@ -35,11 +35,17 @@ public:
 
     /// Each constructor does what the assignment from the same source does.
     CUTF8Char(unsigned char const* source) { *this = source; }
+    /// As above.
     CUTF8Char(wchar_t const* source) { *this = source; }
+    /// As above.
     CUTF8Char(unsigned short const* source) { *this = source; }
+    /// As above.
     CUTF8Char(char const* source) { *this = source; }
+    /// As above.
     CUTF8Char(CNQFWChar const& source) { *this = source; }
+    /// As above.
     CUTF8Char(CUTF16Char const& source) { *this = source; }
+    /// As above.
     CUTF8Char(CANSIChar const& source) { *this = source; }
     CUTF8Char(unsigned int const* source) = delete;
 

@@ -36,12 +36,19 @@ public:
 
     /// Each constructor does what the assignment from the same source does.
     CNQFWChar(wchar_t const* source) { *this = source; }
+    /// As above.
     CNQFWChar(unsigned char const* source) { *this = source; }
+    /// As above.
     CNQFWChar(unsigned short const* source) { *this = source; }
+    /// As above.
     CNQFWChar(unsigned int const* source) { *this = source; }
+    /// As above.
     CNQFWChar(char const* source) { *this = source; }
+    /// As above.
     CNQFWChar(CUTF8Char const& source) { *this = source; }
+    /// As above.
     CNQFWChar(CUTF16Char const& source) { *this = source; }
+    /// As above.
     CNQFWChar(CANSIChar const& source) { *this = source; }
 
     /// Copies the text of `source` up to its terminator. Self-assignment does nothing.

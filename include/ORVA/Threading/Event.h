@@ -58,6 +58,7 @@ struct tagEVENTWAITER;
 class ORVA_API _cEvent
 {
 public:
+    /// The states of the table above.
     enum eEventState : unsigned int
     {
         eEventInvalid = 0,  ///< nothing works
@@ -128,9 +129,9 @@ private:
     bool _dismiss_waiters();
 
 protected:
-    boost::mutex m_lock;              ///< guards both lists and the changes of state
-    std::atomic<eEventState> m_state; ///< read without the lock
-    std::atomic<unsigned long> m_value;
+    boost::mutex m_lock;                ///< guards both lists and the changes of state
+    std::atomic<eEventState> m_state;   ///< read without the lock
+    std::atomic<unsigned long> m_value; ///< of the latest signal
     /// In order of arrival; in truth addresses of `tagEVENTWAITER`, null for a waiter that has left.
     Buffers::CPPlainVector<_cEvent*> m_waiters;
     /// In order of attachment.

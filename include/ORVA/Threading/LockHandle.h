@@ -21,7 +21,9 @@ protected:
     /// A second handle on the block of `source` if that is of type `table`, otherwise empty.
     CPLockHandle(Buffers::CPObjectMemory const& source, unsigned long size, Buffers::tagCPOVTABL const& table);
 
+    /// A handle on the same lock.
     CPLockHandle(CPLockHandle const& source) = default;
+    /// Releases the old lock and becomes a handle on the same one as `source`.
     CPLockHandle& operator=(CPLockHandle const& source) = default;
     ~CPLockHandle() = default;
 

@@ -88,7 +88,7 @@ private:
 
 protected:
     Buffers::CPObjectVector<CPEvent> m_events; ///< in order of attachment
-    std::atomic<bool> m_barrier{false};
+    std::atomic<bool> m_barrier{false};        ///< waits for all events, not for any
 };
 
 /// The type of multiple event blocks. They cannot be cloned and have no interfaces.

@@ -62,7 +62,7 @@ public:
     void LeaveWrite();
 
 protected:
-    boost::shared_mutex m_lock;
+    boost::shared_mutex m_lock; ///< shared by readers
     /// The thread that writes, 0 if there is none. Read by all threads, written by the writer.
     unsigned long m_writer = 0;
     /// The writer's nested entries: writes in the high 16 bits, reads in the low ones.

@@ -122,8 +122,11 @@ public:
     /// The body, with its exit code; the handle must not be empty.
     Wrapper& operator*() const noexcept { return *operator->(); }
 
+    /// The operation of the type table: constructs the body. What its constructor throws passes.
     static void _create(void* payload, unsigned long) { _construct(payload); }
+    /// The operation of the type table: destroys the body.
     static void _finalize(void* payload, unsigned long) { static_cast<Wrapper*>(payload)->Wrapper::~Wrapper(); }
+    /// The operation of the type table: asks the body.
     static void* _interface(void* payload, _nqfUID const& uid)
     {
         return static_cast<Wrapper const*>(payload)->queryInterface(uid);
