@@ -56,14 +56,22 @@ def as_code(text):
     return "<code>" + html.escape(text).replace("\\", "\\\\") + "</code>"
 
 
+def as_text(text):
+    """Text whose backslashes Doxygen shows, which it does not between quotation marks."""
+    quoted = re.sub(r'"([^"]*\\[^"]*)"', r"&quot;\1&quot;", text)
+    return quoted.replace("\\", "\\\\")
+
+
 def plain(line):
     """A line in which no backslash begins a command, in code or beside it."""
+    if "\\" not in line:
+        return line
     out, end = "", 0
     for match in CODE.finditer(line):
-        out += line[end:match.start()].replace("\\", "\\\\")
+        out += as_text(line[end:match.start()])
         out += as_code(match.group(2)) if "\\" in match.group(2) else match.group(0)
         end = match.end()
-    return out + line[end:].replace("\\", "\\\\")
+    return out + as_text(line[end:])
 
 
 def code_in_links(text):
