@@ -1,63 +1,20 @@
 #include "ORVA/String/Codecs.h"
 #include "reference/plain_codecs.h"
+#include "support/GuardedMemory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <random>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 namespace
 {
 
 using namespace ORVA::String;
+using support::edge;
 
 constexpr unsigned long no_limit = ~0UL;
-
-/// Memory whose last byte is the last one that may be touched.
-class guarded_memory
-{
-public:
-    explicit guarded_memory(unsigned long size)
-        : page(static_cast<unsigned long>(sysconf(_SC_PAGESIZE))), usable((size / page + 1) * page)
-    {
-        void* const mapped = mmap(nullptr, usable + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (mapped == MAP_FAILED)
-            std::abort();
-        base = static_cast<unsigned char*>(mapped);
-        if (mprotect(base + usable, page, PROT_NONE) != 0)
-            std::abort();
-    }
-    guarded_memory(guarded_memory const&) = delete;
-    guarded_memory& operator=(guarded_memory const&) = delete;
-    ~guarded_memory() { munmap(base, usable + page); }
-
-    /// Places `units` so that what follows the last of them cannot be read.
-    template <class Unit>
-    Unit const* place(std::vector<Unit> const& units)
-    {
-        unsigned long const bytes = units.size() * sizeof(Unit);
-        if (bytes != 0)
-            std::memcpy(base + usable - bytes, units.data(), bytes);
-        return reinterpret_cast<Unit const*>(base + usable - bytes);
-    }
-
-private:
-    unsigned long page;
-    unsigned long usable;
-    unsigned char* base;
-};
-
-/// A place for short texts that ends at memory that cannot be read.
-guarded_memory& edge()
-{
-    static guarded_memory memory(4096);
-    return memory;
-}
 
 using bytes = std::vector<unsigned char>;
 using units = std::vector<unsigned short>;
@@ -83,15 +40,15 @@ unsigned long characters(bytes const& text, unsigned long limit)
 
 TEST(UTF8Length, AStrayContinuationByteEndsTheText)
 {
-    EXPECT_EQ(characters({0x41, 0x80, 0x42}, no_limit), 1U);
+    EXPECT_EQ(characters({0x41, 0x80, 0x42, 0}, no_limit), 1U);
     EXPECT_EQ(characters({0x41, 0x80, 0x42}, 3), 1U);
 }
 
 TEST(UTF8Length, AByteThatBeginsNothingEndsTheText)
 {
     for (unsigned int byte = 0xF5; byte <= 0xFF; ++byte)
-        EXPECT_EQ(characters({0x41, 0x42, static_cast<unsigned char>(byte)}, no_limit), 2U);
-    EXPECT_EQ(characters({0xF4, 0x80, 0x80, 0x80, 0xF5}, no_limit), 1U);
+        EXPECT_EQ(characters({0x41, 0x42, static_cast<unsigned char>(byte), 0}, no_limit), 2U);
+    EXPECT_EQ(characters({0xF4, 0x80, 0x80, 0x80, 0xF5}, 5), 1U);
 }
 
 TEST(UTF8Length, ASequenceCutShortIsNotCounted)
@@ -261,6 +218,8 @@ TEST(UTF8Length, AnyByteEndsARunOfASCIIWhereverItStands)
             {
                 bytes text(start + length, 'a');
                 text.push_back(stop);
+                EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, length + 1), length);
+                text.push_back(0);
                 EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, no_limit), length);
                 EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, length / 2), length / 2);
             }
