@@ -84,7 +84,7 @@ struct Look : CCaseSensitiveHash
 // The flat index of 1024 places, and the next one's size in bytes. No bucket or index of the tables here is as large.
 constexpr unsigned long three_quarters = 768;
 constexpr unsigned long seven_eighths = 896;
-constexpr unsigned long size_of_the_next = 2048 * sizeof(unsigned long);
+constexpr unsigned long size_of_the_next = (2 + 2048) * sizeof(unsigned long);
 
 } // namespace
 
