@@ -105,7 +105,7 @@ private:
     static unsigned long tag_of_slot(unsigned long slot) noexcept { return slot >> (64 - tag_bits); }
     static tagSTRINGPOOLRECORD* record_of(unsigned long slot) noexcept
     {
-        return reinterpret_cast<tagSTRINGPOOLRECORD*>(slot & address_mask);
+        return reinterpret_cast<tagSTRINGPOOLRECORD*>(slot & address_mask); // NOLINT(performance-no-int-to-ptr): tagged
     }
 
     // The first record of `hash` for which `match` holds and of whose slot no bit of `unwanted` is set, or null. Ends after
