@@ -40,15 +40,15 @@ unsigned long characters(bytes const& text, unsigned long limit)
 
 TEST(UTF8Length, AStrayContinuationByteEndsTheText)
 {
-    EXPECT_EQ(characters({0x41, 0x80, 0x42, 0}, no_limit), 1U);
+    EXPECT_EQ(characters({0x41, 0x80, 0x42}, no_limit), 1U);
     EXPECT_EQ(characters({0x41, 0x80, 0x42}, 3), 1U);
 }
 
 TEST(UTF8Length, AByteThatBeginsNothingEndsTheText)
 {
     for (unsigned int byte = 0xF5; byte <= 0xFF; ++byte)
-        EXPECT_EQ(characters({0x41, 0x42, static_cast<unsigned char>(byte), 0}, no_limit), 2U);
-    EXPECT_EQ(characters({0xF4, 0x80, 0x80, 0x80, 0xF5}, 5), 1U);
+        EXPECT_EQ(characters({0x41, 0x42, static_cast<unsigned char>(byte)}, no_limit), 2U);
+    EXPECT_EQ(characters({0xF4, 0x80, 0x80, 0x80, 0xF5}, no_limit), 1U);
 }
 
 TEST(UTF8Length, ASequenceCutShortIsNotCounted)
@@ -218,8 +218,6 @@ TEST(UTF8Length, AnyByteEndsARunOfASCIIWhereverItStands)
             {
                 bytes text(start + length, 'a');
                 text.push_back(stop);
-                EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, length + 1), length);
-                text.push_back(0);
                 EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, no_limit), length);
                 EXPECT_EQ(UTF8wstrlen(edge().place(text) + start, length / 2), length / 2);
             }

@@ -241,8 +241,8 @@ int CPObjectVector<T>::Alloc(unsigned long count)
 // elements where they cannot be moved, and the copy of the item, which may be one of them. What follows moves bytes.
 //
 // A long block whose elements may be moved is made larger by the heap, which often need not move it: that keeps the cost
-// of filling a vector of 100,000 in proportion to its length. This too comes after the copy of the item, since it cannot
-// be undone; and only if that copy has not made the block a shared one.
+// of filling a vector of 100,000 in proportion to its length. As that cannot be undone, it is for items whose copy does not
+// throw, as those of handles; an item that lies in the block moves with it.
 template <class T>
 int CPObjectVector<T>::Insert(T const& item, unsigned long index)
 {
@@ -259,9 +259,20 @@ int CPObjectVector<T>::Insert(T const& item, unsigned long index)
             return 1;
         }
     }
-    bool const stretches = grows && GetAllocSize() >= long_block && _may_move_by_bytes();
+    constexpr bool copies_throw = !std::is_nothrow_copy_constructible_v<T> && !std::is_base_of_v<CPObjectMemory, T>;
+    bool const is_itself = static_cast<void const*>(&item) == this; // the element is to hold the block as it was
+    bool const stretches = grows && !copies_throw && !is_itself && GetAllocSize() >= long_block && _may_move_by_bytes();
+    T const* source = &item;
     CPObjectVector larger;
-    if (grows && !stretches)
+    if (stretches)
+    {
+        unsigned long const offset = reinterpret_cast<unsigned long>(source) - reinterpret_cast<unsigned long>(begin());
+        if (!Incalloc((count + growth) * sizeof(T) - GetAllocSize()))
+            return 0;
+        if (offset < count * sizeof(T))
+            source = reinterpret_cast<T const*>(static_cast<char const*>(get_cptr()) + offset);
+    }
+    else if (grows)
     {
         larger = _make_room(count + growth);
         if (!larger)
@@ -269,18 +280,9 @@ int CPObjectVector<T>::Insert(T const& item, unsigned long index)
         if (!_may_move_by_bytes())
             _copy_elements_to(larger);
     }
-    Arrival arrival(item);
-    if (stretches && lockcnt() == 1)
+    Arrival arrival(*source);
+    if (larger)
     {
-        if (!Incalloc((count + growth) * sizeof(T) - GetAllocSize()))
-            return 0;
-    }
-    else if (grows)
-    {
-        if (stretches)
-            larger = _make_room(count + growth);
-        if (!larger)
-            return 0;
         if (larger.GetCount() < count)
             _hand_elements_to(larger);
         _take_block_of(larger);

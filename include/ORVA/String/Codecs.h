@@ -7,8 +7,7 @@
 ///
 /// A *limit* counts source units (bytes, 16-bit units or 32-bit units), never characters. All bits set means no
 /// limit, and so does any limit that reaches beyond the highest address. A limit of 0 gives 0 and reads nothing.
-/// Every text also ends at its first unit of 0, and must be readable up to there or to its limit, also behind a unit
-/// that cannot be read on.
+/// Every text also ends at its first unit of 0.
 ///
 /// UTF-8 is read leniently: overlong forms, encoded surrogates and values up to 0x13FFFF are taken. UTF-16 differs
 /// from the Unicode standard in several ways, on purpose; each is told where it shows. The length functions and the
@@ -146,16 +145,16 @@ ORVA_API unsigned long nqfWu8strlen(wchar_t const* source, unsigned long limit);
 /// `source` stands on the byte that is none, and `*character` holds the payload bits up to there.
 inline unsigned int utf8_nqfW32(unsigned int* character, unsigned char const*& source)
 {
-    if (*source < 0x80)
-    {
-        *character = *source++;
-        return 1;
-    }
     unsigned int const length = UTF8Len(*source);
     if (length == 0)
     {
         *character = 0;
         return 0;
+    }
+    if (length == 1)
+    {
+        *character = *source++;
+        return 1;
     }
     unsigned int value = *source++ & (0xFFU >> (length + 1));
     for (unsigned int left = length - 1; left != 0; --left)

@@ -67,11 +67,11 @@ T* copy_terminated(T const* source, unsigned long length, unsigned long element_
 
 /// Converts a whole text to another encoding.
 ///
-/// `measure(source, no_limit)` gives an upper bound of the elements that the conversion writes; `convert(source, text)`
-/// converts all of it, as far as no character is refused, and gives the end of what it wrote. A null source gives null
-/// and 0; an exhausted heap gives null and the measured count.
+/// `measure(source, no_limit)` gives an upper bound of the elements that the conversion writes; `convert(target,
+/// source)` converts one character, advances both and gives 0 when it refuses. A refusal ends the text. A null source
+/// gives null and 0; an exhausted heap gives null and the measured count.
 template <class Target, class Source, class Measure, class Convert>
-ConvertedText<Target> convert_whole_text(Source const* source, Measure measure, Convert convert)
+ConvertedText<Target> convert_text(Source const* source, Measure measure, Convert convert)
 {
     if (!source)
         return {nullptr, 0};
@@ -81,24 +81,13 @@ ConvertedText<Target> convert_whole_text(Source const* source, Measure measure, 
     Target* const text = allocate_elements<Target>(count + 1);
     if (!text)
         return {nullptr, count};
-    Target* const end = convert(source, text);
+    Target* end = text;
+    if (*source != 0)
+        while (convert(end, source) != 0 && *source != 0)
+        {
+        }
     *end = 0;
     return {text, static_cast<unsigned long>(end - text)};
-}
-
-/// The same with `convert(target, source)` for one character, which advances both and gives 0 when it refuses.
-template <class Target, class Source, class Measure, class Convert>
-ConvertedText<Target> convert_text(Source const* source, Measure measure, Convert convert)
-{
-    return convert_whole_text<Target>(source, measure,
-                                      [convert](Source const* from, Target* end)
-                                      {
-                                          if (*from != 0)
-                                              while (convert(end, from) != 0 && *from != 0)
-                                              {
-                                              }
-                                          return end;
-                                      });
 }
 
 } // namespace ORVA::String

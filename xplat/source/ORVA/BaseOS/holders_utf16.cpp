@@ -1,7 +1,6 @@
 #include "BaseOS/holder_conversion.h"
 #include "ORVA/String/Codecs.h"
 #include "ORVA/String/Holders.h"
-#include "cstringpool/whole_texts.h"
 
 namespace ORVA::String
 {
@@ -54,9 +53,7 @@ CUTF16Char& CUTF16Char::operator=(wchar_t const* source)
 
 CUTF16Char& CUTF16Char::operator=(unsigned char const* source)
 {
-    auto const converted = convert_whole_text<unsigned short>(source, UTF8u16strlen,
-                                                              [](unsigned char const* from, unsigned short* text)
-                                                              { return convert_whole(from, text); });
+    auto const converted = convert_text<unsigned short>(source, UTF8u16strlen, utf8_utf16);
     _adopt(converted.text, converted.length);
     return *this;
 }

@@ -1,7 +1,6 @@
 #include "BaseOS/holder_conversion.h"
 #include "ORVA/String/Codecs.h"
 #include "ORVA/String/Holders.h"
-#include "cstringpool/whole_texts.h"
 
 namespace ORVA::String
 {
@@ -34,9 +33,7 @@ CUTF8Char& CUTF8Char::operator=(wchar_t const* source)
 
 CUTF8Char& CUTF8Char::operator=(unsigned short const* source)
 {
-    auto const converted = convert_whole_text<unsigned char>(source, UTF16u8strlen,
-                                                             [](unsigned short const* from, unsigned char* text)
-                                                             { return convert_whole(from, text); });
+    auto const converted = convert_text<unsigned char>(source, UTF16u8strlen, utf16_utf8);
     _adopt(converted.text, converted.length);
     return *this;
 }
