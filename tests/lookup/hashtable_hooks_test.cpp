@@ -1,3 +1,4 @@
+#include "ORVA/Develop.h"
 #include "ORVA/Lookup.h"
 
 #include "support/TableFixture.h"
@@ -473,6 +474,34 @@ TEST_F(HashTableHooks, DestructionOfAnIndexThatAHookMadeSeesTheOneThatIsWrittenB
     EXPECT_TRUE(is_destroyed);
     EXPECT_EQ(table.ids(6), Ids{60});
     expect_no_handle_left_over();
+}
+
+// The count of this block wraps at the next handle on it, which is reported.
+class WrappingItem : public CPObjectMemory
+{
+public:
+    WrappingItem() : CPObjectMemory(make_item(1)) { m_pMH->lRefCnt = ~0U; }
+    ~WrappingItem() { m_pMH->lRefCnt = 1; }
+};
+
+TableProbe* reported_table = nullptr;
+
+void clear_reported_table(_nqfDebugLevel, wchar_t const*, char const*, int, wchar_t const*, va_list)
+{
+    reported_table->ClearTable();
+}
+
+TEST_F(HashTableHooks, AReportAboutTheItemMayClearTheTableThatItIsEnteredInto)
+{
+    table.AddItem(0x01, make_item(2), eHashKeepEqual);
+    WrappingItem const item;
+    reported_table = &table;
+    ORVA::Develop::SetExternalLogger(clear_reported_table);
+    table.AddItem(0x11, item, eHashKeepEqual);
+    ORVA::Develop::SetExternalLogger(nullptr);
+    // The entry goes into the index and the bucket that the operation has handles on, and the table gets them back.
+    EXPECT_EQ(table.GetNItems(), 2U);
+    EXPECT_EQ(id_of(table.FindItem(0x01, CPObjectMemory())), 2);
 }
 
 } // namespace

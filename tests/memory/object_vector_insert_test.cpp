@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <utility>
 
 namespace
 {
@@ -202,6 +203,37 @@ TEST_F(ObjectVectorInsert, insertion_into_a_static_block_is_reported_and_done)
     EXPECT_FALSE(vector);
     EXPECT_EQ(recorder.take(), (LogMessages{report, report}));
     EXPECT_EQ(block.header.uSize, 0U);
+}
+
+// An element whose copy adds others to the vector that it goes to.
+struct Adding
+{
+    Adding() = default;
+    explicit Adding(int number) : value(number) {}
+    Adding(Adding const& source) : value(source.value)
+    {
+        for (int left = std::exchange(left_to_add, 0); left != 0; --left)
+            into->Insert(Adding(99), ~0UL);
+        value = source.value; // where the copy is made
+    }
+
+    int value = 0;
+    static inline ORVA::Buffers::CPObjectVector<Adding>* into = nullptr;
+    static inline int left_to_add = 0;
+};
+
+// One place is left, so the first of those that are added moves the elements to a larger block.
+TEST(ObjectVectorInsertWithin, a_copy_may_make_the_vector_grow_that_it_is_made_for)
+{
+    ORVA::Buffers::CPObjectVector<Adding> vector;
+    for (int number = 0; number < 15; ++number)
+        ASSERT_EQ(vector.Insert(Adding(number), ~0UL), 1);
+    Adding::into = &vector;
+    Adding::left_to_add = 3;
+    EXPECT_EQ(vector.Insert(Adding(15), ~0UL), 1);
+    ASSERT_EQ(vector.GetCount(), 16UL);
+    for (int number = 0; number < 16; ++number)
+        EXPECT_EQ(vector[static_cast<unsigned long>(number)].value, number);
 }
 
 } // namespace
