@@ -48,6 +48,27 @@ bool copies_silently(CPObjectMemory const& item)
     return header->pVTbl != nullptr && item.lockcnt() < INT_MAX;
 }
 
+// Two more handles on a block whose copies call nobody, counted in one step: an addition needs one for the entry and one
+// for its result, and the steps of the count are most of what it costs.
+class HandlePair
+{
+    struct Handle : CPObjectMemory
+    {
+        explicit Handle(void* payload) noexcept { m_pMH = static_cast<Buffers::tagCPOMEMHEADER*>(payload) - 1; }
+    };
+
+public:
+    explicit HandlePair(CPObjectMemory const& item) noexcept : first(item.get_ptr()), second(item.get_ptr())
+    {
+        auto* const header = static_cast<Buffers::tagCPOMEMHEADER*>(item.get_ptr()) - 1;
+        if (item.lockcnt() != 0)
+            __atomic_fetch_add(&header->lRefCnt, 2, __ATOMIC_SEQ_CST);
+    }
+
+    Handle first;
+    Handle second;
+};
+
 // Makes `place`, the index or a bucket's slot in it, a handle on the block of `block`. What stood there goes when it
 // stands there no longer: it may be another one than this operation has left there, with items whose destruction comes
 // back to the table.
@@ -193,12 +214,13 @@ CPObjectMemory CBaseHashTable::AddItem(unsigned long key, CPObjectMemory const& 
         unsigned long const place = _lower_bound(slot.begin(), slot.GetCount(), key);
         if (place == slot.GetCount() || slot[place].uKey != key)
         {
-            HASHENTRY entry{key, item};
-            if (!slot.Insert(entry, place))
+            HandlePair handles(item);
+            if (!slot.Insert(HASHENTRY{key, {}}, place))
                 return {};
+            slot[place].cpItem = std::move(handles.first);
             if (first_index)
                 cpIndex = std::move(first_index);
-            return std::move(entry.cpItem);
+            return std::move(handles.second);
         }
     }
 
