@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
-# debugger_test.sh KIND PROGRAM EXPECTED BUILD_DIRECTORY: lets gdb show what is in the program, and compares that with
-# the file EXPECTED. Ends with 77 where gdb is missing, has no Python, or may not trace a process. KIND is
+# debugger_test.sh KIND PROGRAM EXPECTED BUILD_DIRECTORY: lets a debugger show what is in the program, and compares that
+# with the file EXPECTED. Ends with 77 where the debugger is missing, has no Python, or may not trace a process. KIND is
 # - all:        every printer, at several places of the program,
 # - optimised:  the same, where the compiler may have left values out,
 # - pool:       the command about the pool, of a process and of a core file,
 # - stripped:   a library without debug information, with the script that is loaded by hand,
-# - installed:  the first lines of `all`, with a library that is installed from the build directory.
+# - installed:  the first lines of `all`, with a library that is installed from the build directory,
+# - lldb:       what lldb shows with tools/lldb/orva.py.
+# All but the last ask gdb.
 set -euo pipefail
 
 kind=$1 program=$2 expected=$3 build=$4
@@ -19,12 +21,39 @@ skip() {
     exit 77
 }
 
+# The lines that the scripts print, with those numbers made alike that change by the run or the library's build.
+lines_of() {
+    sed -nE 's/^@ //; T; s/0x[0-9a-f]{9,}/ADDRESS/g; s/LWP [0-9]+/LWP N/g; s/(_c[A-Z][A-Za-z]+ \()[0-9]+ bytes/\1N bytes/g; p' \
+        "$1"
+}
+
+if [ "$kind" = lldb ]; then
+    command -v lldb >/dev/null || skip "there is no lldb"
+    # Debian 12 puts the modules of lldb where its lldb does not look for them.
+    llvm=$(dirname "$(dirname "$(readlink -f "$(command -v lldb)")")")
+    for modules in "$llvm"/lib/python3.*/dist-packages; do
+        PYTHONPATH=${PYTHONPATH:+$PYTHONPATH:}$modules:$llvm/lib/python3/dist-packages/lldb
+    done
+    export PYTHONPATH
+    trial=$(timeout 60 lldb -x -b -o 'process launch --stop-at-entry' -o 'process status' \
+        -o 'script print("Python:", lldb.SBDebugger.IsValid is not None)' -o 'process kill' "$program" </dev/null 2>&1) || true
+    [[ $trial == *"Python: True"* ]] || skip "lldb has no Python: $trial"
+    [[ $trial == *"stopped"* ]] || skip "lldb may not trace a process: $trial"
+    timeout 120 lldb -x -b -o "command script import $here/../../tools/lldb/orva.py" \
+        -o "command script import $here/look_lldb.py" "$program" >"$scratch/output" 2>&1 </dev/null || true
+    if grep -q Traceback "$scratch/output" || ! grep -q '^@ ' "$scratch/output"; then
+        cat "$scratch/output" >&2 && exit 1
+    fi
+    diff -u "$expected" <(lines_of "$scratch/output")
+    exit 0
+fi
+
 command -v gdb >/dev/null || skip "there is no gdb"
 trial=$(gdb -nx -batch -ex starti -ex 'python print("traced:", gdb.selected_inferior().pid != 0)' "$program" \
     </dev/null 2>&1) || true
 [[ $trial == *"traced: True"* ]] || skip "gdb may not trace a process, or has no Python: $trial"
 
-# The lines that look.py prints, with those numbers made alike that change by the run or the library's build.
+# What look.py prints.
 look() {
     local what=$1
     shift
@@ -33,8 +62,7 @@ look() {
     if grep -qE 'Python Exception|Traceback|Error in sourced' "$scratch/output"; then
         cat "$scratch/output" >&2 && exit 1
     fi
-    sed -nE 's/^@ //; T; s/0x[0-9a-f]{9,}/ADDRESS/g; s/LWP [0-9]+/LWP N/g; s/(_c[A-Z][A-Za-z]+ \()[0-9]+ bytes/\1N bytes/g; p' \
-        "$scratch/output"
+    lines_of "$scratch/output"
 }
 
 trusted=(-iex "add-auto-load-safe-path $build")
