@@ -49,7 +49,7 @@ def anchors_of(text):
 def check_links(root):
     """Gives the faults, and the number of links that were looked at."""
     faults, count = [], 0
-    for page in sorted([*root.glob("*.md"), *(root / "docs").rglob("*.md")]):
+    for page in sorted({*root.glob("*.md"), *root.glob("*/README.md"), *(root / "docs").rglob("*.md")}):
         for _, _, link in LINK.findall(prose_of(page.read_text())):
             if re.match(r"[a-z]+:", link):
                 continue
