@@ -3,11 +3,11 @@
 ///
 /// For each text there is one record, and whoever asks for the text gets a handle on it. `Get` makes the record if there
 /// is none, `Query` only looks. A string whose last handle has gone stays until two collection visits have passed it; a
-/// look-up that finds it meanwhile starts the count anew.
+/// look-up that finds it meanwhile starts the count anew. Hashes, length and the first 10 characters tell texts apart.
 ///
 /// Thread-safety: every operation may be called from any thread. One lock guards the tables; texts are evaluated outside
 /// it, and handles are copied and released without it. A look-up with case that finds a string in use takes no lock, so
-/// neither other look-ups nor a collection keep it waiting.
+/// neither other look-ups nor a collection keep it waiting, unless two threads meet in one of 64 places for readers.
 ///
 /// Ownership: each result is a counted handle. Sources are the caller's and are not kept.
 #pragma once

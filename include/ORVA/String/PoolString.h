@@ -2,7 +2,7 @@
 /// The library's string type: a pointer-sized handle on a pooled text.
 ///
 /// Equal text has one record, so equality is one comparison of pointers, and a string is copied by counting. A text never
-/// changes.
+/// changes. Two texts are the same string if both hashes, the length and the first 10 characters agree.
 ///
 /// | state | refers to | `isnull` | `isempty` | `isdef` | `operator bool` |
 /// |---|---|---|---|---|---|
@@ -117,7 +117,7 @@ public:
     /// The text in UTF-8, with a terminator. Made at the first call, in one allocation, and kept with the record: it
     /// lives as long as any string with this text does. "" if that fails, never null: texts with a character of
     /// 0x110000 or above before others, or with overlong forms taken over from UTF-8, have no such form. Characters of
-    /// 0x110000 and above at the end of a text are left out.
+    /// 0x110000 and above at the end of a text are left out. Any threads may ask for it at once.
     operator unsigned char const*() const;
 
     /// The length in wide characters. A load, as the next three are.
