@@ -6,8 +6,13 @@ usage: filter.py FILE
 The pages are written to be read as they are on a code host. For the site, headings get labels, links between pages go to the
 pages of the site, links to what the site does not have become their text, and pictures become images of the site. In pages and
 headers, backslashes are kept from being taken for commands.
+
+A header tells at its top what holds for all of it: states, results, thread-safety, ownership. On the site a class has a page of its
+own, so that it gets this too, behind its own description; what stands at namespace level besides is told its header. So the lines
+that Doxygen tells in its warnings are not always those of the header.
 """
 import html
+import itertools
 import re
 import sys
 from pathlib import Path
@@ -110,13 +115,40 @@ class Page:
             yield line
 
 
-def header_lines(path):
+def lines_without_commands(path):
     example = False
     for line in path.read_text().splitlines():
         if "@code" in line or "@endcode" in line:
             example = "@code" in line
         code, mark, comment = line.partition("///")
         yield line if example else code + mark + plain(comment)
+
+
+def is_comment(line):
+    return line.startswith("///")
+
+
+def what_holds_for_all(lines):
+    """The comment of a header without its purpose, which is the first paragraph."""
+    comment = list(itertools.takewhile(is_comment, lines))
+    return comment[comment.index("///"):] if "///" in comment else []
+
+
+def header_lines(path):
+    """The lines of a header. Each comment of something at namespace level goes on with what holds for all."""
+    lines = list(lines_without_commands(path))
+    name = path.relative_to(ROOT / "include").as_posix() if ROOT / "include" in path.parents else path.name
+    holds = what_holds_for_all(lines)
+    for at, line in enumerate(lines):
+        yield line
+        ends_comment = is_comment(line) and at + 1 < len(lines) and not is_comment(lines[at + 1])
+        if not ends_comment or re.match(r"///( @[{}]|<)", line):
+            continue
+        declared = next((each for each in lines[at + 1:] if not each.startswith("template <")), "")
+        if re.match(r"(class|struct) [^;]*$", declared) and holds:
+            yield from ("///", f"/// **All of {name}**", *holds)
+        elif re.match(r"(ORVA_API|extern ORVA_API|inline|constexpr|enum|using|class|struct)\b", declared):
+            yield from ("///", f"/// Header: {name}")
 
 
 def main():

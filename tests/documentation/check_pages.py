@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Checks that the pages show code that is compiled, and that their links lead somewhere.
+"""Checks that the pages show code that is compiled, that their links lead somewhere, and that headers tell of threads.
 
-usage: check_snippets.py SOURCE_DIR
+usage: check_pages.py SOURCE_DIR
 
 Each fenced C++ block of a page in docs/ has to be one of the sections of the programs in tests/documentation/, which stand
 between lines "// [[name]]" and "// [[end]]", without the indentation that all lines of a section share. Blocks of
@@ -9,6 +9,8 @@ components.md may also be lines of the host example. The README has one block, w
 page shows is a fault as well.
 
 Each link inside the tree, also of the pages at its root, has to name a file or directory, and an anchor one of its headings.
+
+Each public header that declares something says at its top which threads may use it.
 """
 import re
 import sys
@@ -89,11 +91,21 @@ def check_code(root):
     return faults, count
 
 
+def check_headers(root):
+    """Gives the public headers that do not say at their top which threads may use what they declare."""
+    for header in sorted((root / "include/ORVA").rglob("*.h")):
+        text = header.read_text()
+        head = text.partition("#pragma once")[0]
+        if re.search(r"^namespace|^struct|^class", text, re.MULTILINE) and "hread-safety" not in head:
+            yield f"{header.relative_to(root)}: nothing is said at the top about thread-safety"
+
+
 def main():
     root = Path(sys.argv[1]).resolve()
     faults, blocks = check_code(root)
     wrong_links, links = check_links(root)
     faults += wrong_links
+    faults += check_headers(root)
     if blocks == 0 or links == 0:
         faults.append("there are no blocks, or no links")
     for fault in faults:

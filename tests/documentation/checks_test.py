@@ -65,6 +65,12 @@ class Checks(unittest.TestCase):
         self.change("tests/documentation/numerics_test.cpp", "30000, 1001", "24000, 1001")
         self.pages("this code is no section")
 
+    def test_header_that_says_nothing_about_threads(self):
+        (self.root / "include").unlink()
+        shutil.copytree(SOURCE / "include", self.root / "include")
+        self.change("include/ORVA/Core/Types.h", "/// Thread-safety: ", "/// Note: ")
+        self.pages("include/ORVA/Core/Types.h: nothing is said at the top about thread-safety")
+
     def test_section_that_no_page_shows(self):
         self.change("tests/documentation/numerics_test.cpp", "// [[rational]]", "// [[empty]]\n// [[end]]\n// [[rational]]")
         self.pages("section empty is shown by no page")

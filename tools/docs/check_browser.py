@@ -56,7 +56,11 @@ def check_search(browser, site, screenshots):
     if not any(name == WANTED and PAGE in links for name, links in found):
         return [f"the search does not find {WANTED}: {found[:5]}"]
     browser.open(f"{site}/{PAGE}", *WIDTHS["desktop"])
-    return [] if WANTED in browser.value("document.title") else [f"{PAGE} is not the page of {WANTED}"]
+    if WANTED not in browser.value("document.title"):
+        return [f"{PAGE} is not the page of {WANTED}"]
+    # What its header says at the top has to be on the page too.
+    text = browser.value("document.querySelector('.contents').innerText")
+    return [] if "Thread-safety" in text else [f"{PAGE} does not tell about thread-safety"]
 
 
 def check_page(browser, site, page, title, name, size, screenshots):

@@ -1,5 +1,7 @@
 /// @file
 /// The vector of untyped handles.
+///
+/// Thread-safety and ownership are those of `CPObjectVector`.
 #pragma once
 
 #include "ORVA/Buffers/ObjectVector.h"

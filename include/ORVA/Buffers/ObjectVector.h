@@ -1,9 +1,11 @@
 /// @file
 /// Growable arrays of objects inside one block.
 ///
-/// The number of elements is the block's used size divided by the element size. A vector has no lock: its owner
-/// serialises access. A copy of a vector handle is a second handle on the same elements, not a snapshot, and a write
-/// through one is seen through the other until one of them has to grow.
+/// The number of elements is the block's used size divided by the element size.
+///
+/// Thread-safety: none. A vector has no lock: its owner serialises access, for all handles on one block together.
+/// Ownership: the block owns its elements. A copy of a vector handle is a second handle on the same elements, not a
+/// snapshot, and a write through one is seen through the other until one of them has to grow.
 #pragma once
 
 #include "ORVA/Buffers/ObjectMemory.h"

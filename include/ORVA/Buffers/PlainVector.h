@@ -1,7 +1,7 @@
 /// @file
 /// Growable arrays of plain values inside one block of plain bytes.
 ///
-/// As for `CPObjectVector`, there is no lock and no copy on write.
+/// Thread-safety and ownership are those of `CPObjectVector`: there is no lock and no copy on write.
 #pragma once
 
 #include "ORVA/Buffers/PlainMemory.h"

@@ -1,5 +1,7 @@
 /// @file
 /// A set of blocks that holds at most one per type.
+///
+/// Thread-safety: none; the owner serialises access. Ownership: the set holds one reference to each block.
 #pragma once
 
 #include "ORVA/Buffers/HandleVector.h"
@@ -11,8 +13,8 @@ namespace ORVA::Buffers
 /// if it is empty. -1, 0 or 1, by unsigned value.
 ORVA_API int CompareTypeID(void const* key, void const* element);
 
-/// Holds at most one block per type, sorted by type. It has no lock: its owner serialises access. A copy shares the
-/// elements with its source. Results are 1 for success and 0 for failure.
+/// Holds at most one block per type, sorted by type. A copy shares the elements with its source. Results are 1 for
+/// success and 0 for failure.
 class ORVA_API CPTypedObjectVector
 {
 public:

@@ -5,6 +5,8 @@
 /// operations and looked at in between without one. These helpers make such a look an atomic access: the same
 /// machine instruction as a plain one, and no data race. C++17 has no `std::atomic_ref`, so this file and the
 /// interlocked operations of Core.h are the only places that use the compilers' atomic builtins.
+///
+/// Thread-safety: any thread, on words that are changed by these and the interlocked operations alone.
 #pragma once
 
 namespace ORVA::Core

@@ -1,5 +1,7 @@
 /// @file
 /// Types that every part of the library shares.
+///
+/// Thread-safety: plain values, one thread at a time.
 #pragma once
 
 #include "ORVA/Core/Export.h"

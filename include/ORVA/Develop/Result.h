@@ -1,5 +1,7 @@
 /// @file
 /// The result of a component call, with reporting on demand.
+///
+/// Thread-safety: a result is a plain value, one thread at a time. Set the flags before other threads are started.
 #pragma once
 
 #include "ORVA/Core/Export.h"

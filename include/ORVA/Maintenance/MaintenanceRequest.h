@@ -1,5 +1,8 @@
 /// @file
 /// `IMaintenanceRequest`: what an object offers that does housekeeping in the background.
+///
+/// Thread-safety: all but `GetName` run on the maintenance thread; `GetNextMaintenance` and `GetPriority` with the lock of
+/// the list of services held, so they wait for nobody. Ownership: the list of services holds one reference to the block.
 #pragma once
 
 #include "ORVA/Core.h"
@@ -9,7 +12,7 @@ namespace ORVA::Maintenance
 
 /// A service of the maintenance thread, an interface of an object in a block.
 ///
-/// All but `GetName` are called on the maintenance thread. A service that throws there is not called again.
+/// A service that throws on the maintenance thread is not called again.
 class ORVA_API IMaintenanceRequest
 {
 public:

@@ -2,8 +2,9 @@
 /// Measuring and converting text among UTF-8, UTF-16, UTF-32 and the library's wide characters.
 ///
 /// A wide character is one UTF-32 unit, and one with its top bit set is a large unsigned value. All functions are
-/// free of state: they allocate nothing, report nothing and may be called from any thread. The memory is the
-/// caller's throughout.
+/// free of state: they allocate nothing and report nothing.
+///
+/// Thread-safety: any thread. Ownership: the memory is the caller's throughout.
 ///
 /// A *limit* counts source units (bytes, 16-bit units or 32-bit units), never characters. All bits set means no
 /// limit, and so does any limit that reaches beyond the highest address. A limit of 0 gives 0 and reads nothing.

@@ -1,5 +1,7 @@
 /// @file
 /// Text that does not yet exist in one piece.
+///
+/// Thread-safety: the pool calls a submitter on the caller's thread alone, with no lock held. Ownership: the caller's.
 #pragma once
 
 #include "ORVA/Core/Export.h"

@@ -1,5 +1,7 @@
 /// @file
 /// What the handles on locks have in common.
+///
+/// Thread-safety and ownership are those of `CPObjectMemory`; a lock itself may be used from any thread.
 #pragma once
 
 #include "ORVA/Buffers/ObjectMemory.h"

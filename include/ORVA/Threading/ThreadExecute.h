@@ -1,5 +1,7 @@
 /// @file
 /// `IThreadExecute`: what an object offers that is to be the body of a thread.
+///
+/// Thread-safety: `execute` runs on the new thread, `exitCode` on any. Ownership: see Thread.h.
 #pragma once
 
 #include "ORVA/Core.h"
