@@ -3,10 +3,10 @@
 
 usage: check_pages.py SOURCE_DIR
 
-Each fenced C++ block of a page in docs/ has to be one of the sections of the programs in tests/documentation/, which stand
-between lines "// [[name]]" and "// [[end]]", without the indentation that all lines of a section share. Blocks of
-components.md may also be lines of the host example. The README has one block, which is compiled by itself. A section that no
-page shows is a fault as well.
+Each fenced C++ block of a page in docs/, and each example in a header, has to be one of the sections of the programs in
+tests/documentation/, which stand between lines "// [[name]]" and "// [[end]]", without the indentation that all lines of a section
+share. Blocks of components.md may also be lines of the host example. The README has one block, which is compiled by itself. A
+section that nothing shows is a fault as well.
 
 Each link inside the tree, also of the pages at its root, has to name a file or directory, and an anchor one of its headings.
 
@@ -22,6 +22,7 @@ sys.path.append(str(Path(__file__).resolve().parents[2] / "docs/site"))
 from filter import LINK, slug  # noqa: E402
 
 BLOCK = re.compile(r"^```(?:cpp|c\+\+|C\+\+)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+EXAMPLE = re.compile(r"^ */// @code\n(.*?)^ */// @endcode$", re.MULTILINE | re.DOTALL)
 SECTION = re.compile(r"^[ \t]*// \[\[(?!end\]\])([^\]]+)\]\]\n(.*?)^[ \t]*// \[\[end\]\]$", re.MULTILINE | re.DOTALL)
 
 
@@ -35,6 +36,12 @@ def blocks_of(text):
     """Yields line number and code of each fenced C++ block."""
     for match in BLOCK.finditer(text):
         yield text.count("\n", 0, match.start()) + 1, match.group(1)
+
+
+def examples_of(text):
+    """Yields line number and code of each example in the comments of a header."""
+    for match in EXAMPLE.finditer(text):
+        yield text.count("\n", 0, match.start()) + 1, re.sub(r"^ */// ?", "", match.group(1), flags=re.MULTILINE)
 
 
 def prose_of(text):
@@ -79,8 +86,10 @@ def check_code(root):
     known = set(unseen)
     example = "\n".join(path.read_text() for path in sorted((root / "examples/host").rglob("*.[ch]*")))
 
-    for page in sorted((root / "docs").glob("*.md")):
-        for line, code in blocks_of(page.read_text()):
+    shown = [(page, blocks_of(page.read_text())) for page in sorted((root / "docs").glob("*.md"))]
+    shown += [(header, examples_of(header.read_text())) for header in sorted((root / "include").rglob("*.h"))]
+    for page, blocks in shown:
+        for line, code in blocks:
             count += 1
             unseen.pop(code, None)
             if code not in known and not (page.name == "components.md" and code in example):

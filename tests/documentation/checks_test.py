@@ -65,6 +65,12 @@ class Checks(unittest.TestCase):
         self.change("tests/documentation/numerics_test.cpp", "30000, 1001", "24000, 1001")
         self.pages("this code is no section")
 
+    def test_example_of_a_header_that_is_not_compiled(self):
+        (self.root / "include").unlink()
+        shutil.copytree(SOURCE / "include", self.root / "include")
+        self.change("include/ORVA/Files/DirectoryEnumerator.h", "size += entry", "size -= entry")
+        self.pages("DirectoryEnumerator.h:4: this code is no section")
+
     def test_header_that_says_nothing_about_threads(self):
         (self.root / "include").unlink()
         shutil.copytree(SOURCE / "include", self.root / "include")

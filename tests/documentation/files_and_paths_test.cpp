@@ -65,12 +65,26 @@ long size_of_takes(wchar_t const* directory)
 }
 // [[end]]
 
+long size_of_entries(wchar_t const* directory)
+{
+    // [[entries]]
+    CDirectoryEnumerator files;
+    CFindData entry;
+    long size = 0;
+    if (files.BeginEnumerate(directory, L".wav"))
+        while (files.GetNext(entry))
+            size += entry.GetSize();
+    // [[end]]
+    return size;
+}
+
 TEST_F(FilesAndPaths, file_is_written_and_found)
 {
     std::wstring const takes = directory + L"/takes";
     EXPECT_TRUE(save((takes + L"/one.wav").c_str(), "RIFF", 4));
     EXPECT_TRUE(save((takes + L"/one.wav").c_str(), "RIF", 3));
     EXPECT_EQ(size_of_takes(takes.c_str()), 3);
+    EXPECT_EQ(size_of_entries(takes.c_str()), 3);
 }
 
 // [[name]]

@@ -5,7 +5,7 @@
 /// CDirectoryEnumerator files;
 /// CFindData entry;
 /// long size = 0;
-/// if (files.BeginEnumerate(L"/music", L".wav"))
+/// if (files.BeginEnumerate(directory, L".wav"))
 ///     while (files.GetNext(entry))
 ///         size += entry.GetSize();
 /// @endcode
