@@ -10,6 +10,7 @@
 #include "ORVA/Core/Lifecycle.h"
 #include "ORVA/Core/ProcessIdentity.h"
 #include "ORVA/Core/Types.h"
+#include "ORVA/Core/Version.h"
 
 namespace ORVA::Core::OS
 {

@@ -9,7 +9,7 @@ cd "$(dirname "$0")/../.."
 command -v doxygen >/dev/null || { echo "docs: doxygen is not installed" >&2; exit 77; }
 [ -f /usr/share/doxygen-awesome-css/doxygen-awesome.css ] \
     || { echo "docs: the theme, Debian's package doxygen-awesome-css, is not installed" >&2; exit 77; }
-ORVA_VERSION=$(sed -nE 's/^project\(ORVA VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
+ORVA_VERSION=$(sed -nE 's/^#define ORVA_VERSION_(MAJOR|MINOR|PATCH) ([0-9]+)$/\2/p' include/ORVA/Core/Version.h | paste -sd.)
 export ORVA_VERSION
 rm -rf "$place/html"
 if ! { cat docs/site/Doxyfile; echo "OUTPUT_DIRECTORY = $place"; } | doxygen - >"$place/doxygen.log" 2>&1; then
