@@ -5,7 +5,9 @@ include(CMakePackageConfigHelpers)
 set(orva_package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ORVA)
 
 install(DIRECTORY include/ORVA DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS ORVA EXPORT ORVATargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ORVA EXPORT ORVATargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT ORVATargets NAMESPACE ORVA:: DESTINATION ${orva_package_directory})
 
 configure_package_config_file(cmake/ORVAConfig.cmake.in ORVAConfig.cmake
