@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     // The plain walk looks a little beyond its limit.
     Bytes slack = text;
     slack.resize(text.size() + 8);
-    // Words are read where they are aligned, so a text begins anywhere between two of them.
+    // A text may begin anywhere in a word.
     unsigned long const offset = capacity % 8;
     fuzz::Exact<unsigned char> const unterminated(text, offset);
     fuzz::Exact<unsigned char> const whole = fuzz::terminated<unsigned char>(text, offset);

@@ -128,6 +128,95 @@ TEST(UTF8Blocks, NothingIsReadBehindAFaultAtTheLimit)
     }
 }
 
+/// Text that is longer than what is decoded while it is measured, and then `text`.
+Bytes behind_long_text(Bytes const& character, Bytes const& text)
+{
+    Bytes whole = {0xC3, 0xA9};
+    while (whole.size() < 1030)
+        whole.insert(whole.end(), character.begin(), character.end());
+    whole.insert(whole.end(), text.begin(), text.end());
+    return whole;
+}
+
+TEST(UTF8Blocks, EveryKindEndsALongTextOfEveryKind)
+{
+    for (Bytes const& character : characters())
+    {
+        for (Bytes const& last : characters())
+        {
+            for (unsigned long count : {1UL, 2UL, 3UL, 4UL, 5UL, 7UL, 8UL, 9UL, 16UL, 17UL})
+            {
+                Bytes end;
+                for (unsigned long index = 0; index < count; ++index)
+                    end.insert(end.end(), last.begin(), last.end());
+                Bytes text = behind_long_text(character, end);
+                ASSERT_NO_FATAL_FAILURE(expect_plain(text, text.size())) << count;
+                text.push_back(0xFF);
+                ASSERT_NO_FATAL_FAILURE(expect_plain(text, no_limit)) << count;
+            }
+        }
+    }
+}
+
+TEST(UTF8Blocks, AFaultAtAnyPlaceEndsALongText)
+{
+    for (Bytes const& character : characters())
+    {
+        Bytes const text = repeated(character, 1);
+        for (unsigned long place = 0; place < text.size(); ++place)
+        {
+            // None of them can continue a sequence that is cut at the place.
+            for (unsigned char fault : Bytes{0x00, 0xC3, 0xF5, 0xFF})
+            {
+                Bytes spoilt(text.begin(), text.begin() + static_cast<long>(place));
+                spoilt.push_back(fault);
+                if (fault == 0xC3)
+                    spoilt.push_back('a');
+                ASSERT_NO_FATAL_FAILURE(expect_plain(behind_long_text(character, spoilt), no_limit)) << place;
+            }
+        }
+    }
+}
+
+TEST(UTF8Blocks, TheBeginningOfALongTextIsDecodedUpToAnyPlace)
+{
+    // What is decoded first ends at some byte near 1024 behind the first character.
+    for (Bytes const& character : characters())
+    {
+        for (unsigned long before = 980; before < 1040; ++before)
+        {
+            Bytes text = {0xC3, 0xA9};
+            text.insert(text.end(), before, 'a');
+            for (unsigned int count = 0; count < 9; ++count)
+                text.insert(text.end(), character.begin(), character.end());
+            ASSERT_NO_FATAL_FAILURE(expect_plain(text, text.size())) << before;
+            text.push_back(0);
+            ASSERT_NO_FATAL_FAILURE(expect_plain(text, no_limit)) << before;
+        }
+    }
+}
+
+TEST(UTF8Blocks, NothingIsReadBeforeTheText)
+{
+    for (Bytes const& character : characters())
+    {
+        Bytes text = repeated(character, 0);
+        for (Bytes const& whole : {text, behind_long_text(character, text)})
+        {
+            Bytes terminated = whole;
+            terminated.insert(terminated.end(), 8, 0);
+            unsigned char const* const source = edge().place_first(terminated);
+            Wide expected(whole.size() + 1);
+            Wide stored(whole.size() + 1);
+            unsigned long const length =
+                plain::utf8_to_wide(terminated.data(), no_limit, expected.data(), expected.size());
+            ASSERT_EQ(UTF8wstrlen(source, no_limit), length - 1);
+            ASSERT_EQ(UTF8_To_nqfWChar(source, no_limit, stored.data(), stored.size()), length);
+            ASSERT_EQ(stored, expected);
+        }
+    }
+}
+
 TEST(UTF8Blocks, TextCrossesFromPageToPage)
 {
     constexpr unsigned long page = 4096;
@@ -220,6 +309,24 @@ TEST(UTF16Blocks, AgreeWithThePlainWalkForAnyUnitAtAnyPlace)
     }
 }
 
+TEST(UTF16Blocks, NothingIsReadBehindAFault)
+{
+    for (unsigned short usual : Units{'a', 0x7FF, 0x20AC, 0xFFFF})
+    {
+        for (unsigned long size = 0; size < 71; ++size)
+        {
+            Units text(size, usual);
+            text.push_back(0xDC00);
+            EXPECT_EQ(UTF16wstrlen(edge().place(text), no_limit), size);
+            EXPECT_EQ(UTF16u8strlen(edge().place(text), no_limit), size * plain::utf8_size(usual));
+            text.back() = 0xD800;
+            text.push_back(0xDBFE);
+            EXPECT_EQ(UTF16wstrlen(edge().place(text), no_limit), size);
+            EXPECT_EQ(UTF16u8strlen(edge().place(text), no_limit), size * plain::utf8_size(usual));
+        }
+    }
+}
+
 TEST(UTF16Blocks, LongTextsAreCountedBeyondWhatABlockCanCount)
 {
     for (unsigned short unit : Units{'a', 0xE9, 0x4E2D, 0xFFFF})
@@ -277,6 +384,54 @@ TEST(WideBlocks, AgreeWithThePlainWalkForAnyUnitAtAnyPlace)
                 }
             }
         }
+    }
+}
+
+TEST(WideBlocks, NothingIsReadBehindAFault)
+{
+    for (unsigned int usual : {'a' + 0U, 0xE9U, 0x20ACU, 0x1F600U})
+    {
+        for (unsigned int other : {'b' + 0U, 0xE9U, 0x20ACU, 0x1F600U})
+        {
+            for (unsigned long size = 0; size < 71; ++size)
+            {
+                for (unsigned int fault : {0U, 0x110000U, 0xFFFFFFFFU})
+                {
+                    Wide text(size, static_cast<wchar_t>(usual));
+                    for (unsigned long place = size / 2; place < size; place += 3)
+                        text[place] = static_cast<wchar_t>(other);
+                    text.push_back(static_cast<wchar_t>(fault));
+                    Wide padded = text;
+                    padded.push_back(0);
+                    unsigned long const length = plain::walk_utf32(padded.data(), no_limit, plain::utf8_size);
+                    wchar_t const* const source = edge().place(text);
+                    ASSERT_EQ(nqfWu8strlen(source, no_limit), length);
+                    Bytes expected(length + 2, '#');
+                    Bytes stored(length + 2, '#');
+                    ASSERT_EQ(nqfWChar_To_UTF8(source, no_limit, stored.data(), length + 1),
+                              plain::wide_to_utf8(padded.data(), no_limit, expected.data(), length + 1));
+                    ASSERT_EQ(stored, expected);
+                    std::vector<unsigned int> const units(text.begin(), text.end());
+                    ASSERT_EQ(UTF32u8strlen(edge().place(units), no_limit), length);
+                }
+            }
+        }
+    }
+}
+
+TEST(WideBlocks, NothingIsReadBeforeTheText)
+{
+    for (unsigned int usual : {'a' + 0U, 0xE9U, 0x20ACU, 0x1F600U})
+    {
+        Wide text(100, static_cast<wchar_t>(usual));
+        text.push_back(0);
+        wchar_t const* const source = edge().place_first(text);
+        Bytes expected(500);
+        Bytes stored(500);
+        ASSERT_EQ(nqfWChar_To_UTF8(source, no_limit, stored.data(), stored.size()),
+                  plain::wide_to_utf8(text.data(), no_limit, expected.data(), expected.size()));
+        ASSERT_EQ(stored, expected);
+        ASSERT_EQ(nqfWw32strlen(source, no_limit), 100U);
     }
 }
 

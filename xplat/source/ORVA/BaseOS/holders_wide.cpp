@@ -2,6 +2,7 @@
 #include "ORVA/String/CodePage1252.h"
 #include "ORVA/String/Codecs.h"
 #include "ORVA/String/Holders.h"
+#include "cstringpool/utf8_to_wide.h"
 
 namespace ORVA::String
 {
@@ -27,8 +28,20 @@ CNQFWChar& CNQFWChar::operator=(wchar_t const* source)
 
 CNQFWChar& CNQFWChar::operator=(unsigned char const* source)
 {
-    auto const converted = convert_text<wchar_t>(source, UTF8wstrlen, utf8_nqfW);
-    _adopt(converted.text, converted.length);
+    if (!source)
+    {
+        _adopt(nullptr, 0);
+        return *this;
+    }
+    Utf8ToWide const measured(source, no_limit, ascii_length(source, no_limit));
+    unsigned long const length = measured.length();
+    wchar_t* const text = allocate_elements<wchar_t>(length + 1);
+    if (text)
+    {
+        measured.store(text);
+        text[length] = 0;
+    }
+    _adopt(text, length);
     return *this;
 }
 

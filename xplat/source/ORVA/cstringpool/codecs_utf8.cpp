@@ -1,5 +1,8 @@
+#include "cstringpool/utf8_to_wide.h"
+
 #include "ORVA/String/Codecs.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -30,150 +33,355 @@ const unsigned char sUTF8Lut[256] = {
 namespace
 {
 
-using aligned_word [[gnu::may_alias]] = std::uint64_t;
-
-constexpr std::uint64_t lowest_bits = 0x0101010101010101;
-constexpr std::uint64_t highest_bits = 0x8080808080808080;
-
-/// Runs of ASCII up to this length are taken one by one: looking for longer ones costs more than it saves.
-constexpr unsigned int short_run = 16;
-
-/// The number of bytes from 0x01 to 0x7F that `text` begins with, at most `limit`. May stop up to 7 bytes early.
-///
-/// Only bytes before the end of a text may be known to be readable, and the word that holds the end is read whole. It
-/// lies in one page, so the read cannot fault; its bytes beyond the end decide nothing. Sanitizers are kept off, and
-/// `measure` is kept out of line so that no compiler holds the read against the size of an array it can see.
-[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] unsigned long ascii_run(unsigned char const* text,
-                                                                              unsigned long limit)
+/// Whether a byte is from 0x01 to 0x7F.
+bool is_ascii(unsigned char byte)
 {
-    unsigned long length = 0;
-    for (; reinterpret_cast<std::uintptr_t>(text + length) % sizeof(aligned_word) != 0; ++length)
-    {
-        if (length == limit || text[length] == 0 || text[length] > 0x7F)
-            return length;
-    }
-    for (; limit - length >= sizeof(aligned_word); length += sizeof(aligned_word))
-    {
-        std::uint64_t const word = *reinterpret_cast<aligned_word const*>(text + length);
-        if ((((word - lowest_bits) | word) & highest_bits) != 0)
-            break;
-    }
-    return length;
+    return static_cast<signed char>(byte) > 0;
 }
 
 bool is_continuation(unsigned char byte)
 {
-    return (byte & 0xC0) == 0x80;
+    return static_cast<signed char>(byte) < -0x40;
 }
 
-/// How far a text was walked, and what is to be taken off its bytes to give its length in another encoding.
-struct utf8_walk
+/// The value of a sequence of two bytes that is known to be valid; likewise of three and of four.
+unsigned int value_of_two(unsigned char const* text)
 {
-    unsigned long position;
-    unsigned long surplus;
+    return (text[0] & 0x1FU) << 6 | (text[1] & 0x3FU);
+}
+
+unsigned int value_of_three(unsigned char const* text)
+{
+    return (text[0] & 0x0FU) << 12 | (text[1] & 0x3FU) << 6 | (text[2] & 0x3FU);
+}
+
+unsigned int value_of_four(unsigned char const* text)
+{
+    return (text[0] & 0x07U) << 18 | (text[1] & 0x3FU) << 12 | (text[2] & 0x3FU) << 6 | (text[3] & 0x3FU);
+}
+
+/// Counts characters, or with `in_utf16` the units that they take in UTF-16.
+template <bool in_utf16>
+struct Counter
+{
+    unsigned long count = 0;
+
+    void look(unsigned int, unsigned char) {}
+    void take(unsigned int run) { count += run; }
+    void put(unsigned int) { ++count; }
+    void put_large(unsigned int character) { count += in_utf16 && character > 0xFFFF ? 2 : 1; }
 };
 
-/// Takes one sequence of two to four bytes. False, with nothing taken, if there is none within the limit. With
-/// `in_utf16` a character above 0xFFFF is two units long.
-template <bool in_utf16>
-bool take_sequence(unsigned char const* source, unsigned long limit, utf8_walk& walk)
+/// Stores characters as wide characters.
+struct Writer
 {
-    // Told apart by branches and not by sUTF8Lut: a predicted branch lets the next character begin early.
-    unsigned char const* const text = source + walk.position;
-    unsigned long const left = limit - walk.position;
-    unsigned int const first = *text;
-    if (first < 0xE0)
+    wchar_t* end;
+
+    /// Stores an ASCII character behind the others already, which `take` adds to them.
+    void look(unsigned int place, unsigned char character) { end[place] = character; }
+    void take(unsigned int run) { end += run; }
+    void put(unsigned int character) { *end++ = static_cast<wchar_t>(character); }
+    void put_large(unsigned int character) { put(character); }
+};
+
+/// ASCII characters that are taken together.
+constexpr unsigned int longest_run = 8;
+
+/// What one round of the walk may take at most: a run, and a sequence of four bytes.
+constexpr unsigned long longest_round = longest_run + 4;
+
+/// Hands the characters of a text to `sink` from the byte at `at` on, until one begins at `stop` or behind it, and
+/// gives where it begins. If the text ends before, at a byte that is no character, at a 0 or at its limit, gives
+/// where it ends, which is then before `stop`.
+///
+/// A byte is looked at only if the ones before it are valid, so that nothing is read behind the end of the text.
+template <class Sink>
+[[gnu::always_inline]] inline unsigned long walk(unsigned char const* source, unsigned long at, unsigned long stop,
+                                                 unsigned long limit, Sink& sink)
+{
+    // Where a round cannot reach the limit. Kinds of characters are told apart by branches and not by sUTF8Lut: a
+    // predicted branch lets the next character begin early.
+    unsigned long const free = limit < longest_round ? 0 : std::min(stop, limit - longest_round + 1);
+    while (at < free)
     {
-        if (first < 0xC0 || left < 2 || !is_continuation(text[1]))
-            return false;
-        walk.position += 2;
-        walk.surplus += 1;
+        unsigned int run = 0;
+        while (run < longest_run && is_ascii(source[at + run]))
+        {
+            sink.look(run, source[at + run]);
+            ++run;
+        }
+        at += run;
+        sink.take(run);
+        if (run == longest_run)
+            continue;
+        unsigned char const* text = source + at;
+        if (*text < 0xE0)
+        {
+            if (*text < 0xC0 || !is_continuation(text[1]))
+                return at;
+            sink.put(value_of_two(text));
+            at += 2;
+        }
+        else if (*text < 0xF0)
+        {
+            do
+            {
+                if (!is_continuation(text[1]) || !is_continuation(text[2]))
+                    return at;
+                sink.put(value_of_three(text));
+                at += 3;
+                text += 3;
+            } while (at < free && (*text & 0xF0) == 0xE0);
+        }
+        else
+        {
+            do
+            {
+                if (*text > 0xF4 || !is_continuation(text[1]) || !is_continuation(text[2]) || !is_continuation(text[3]))
+                    return at;
+                sink.put_large(value_of_four(text));
+                at += 4;
+                text += 4;
+            } while (at < free && *text >= 0xF0);
+        }
     }
-    else if (first < 0xF0)
+    while (at < stop)
     {
-        if (left < 3 || !is_continuation(text[1]) || !is_continuation(text[2]))
-            return false;
-        walk.position += 3;
-        walk.surplus += 2;
+        unsigned char const* const text = source + at;
+        unsigned long const left = limit - at;
+        if (is_ascii(*text))
+        {
+            sink.put(*text);
+            at += 1;
+        }
+        else if (*text < 0xE0)
+        {
+            if (*text < 0xC0 || left < 2 || !is_continuation(text[1]))
+                return at;
+            sink.put(value_of_two(text));
+            at += 2;
+        }
+        else if (*text < 0xF0)
+        {
+            if (left < 3 || !is_continuation(text[1]) || !is_continuation(text[2]))
+                return at;
+            sink.put(value_of_three(text));
+            at += 3;
+        }
+        else
+        {
+            if (left < 4 || *text > 0xF4 || !is_continuation(text[1]) || !is_continuation(text[2]) ||
+                !is_continuation(text[3]))
+                return at;
+            sink.put_large(value_of_four(text));
+            at += 4;
+        }
+    }
+    return at;
+}
+
+template <bool in_utf16>
+unsigned long measure(unsigned char const* source, unsigned long limit)
+{
+    Counter<in_utf16> counter;
+    walk(source, 0, limit, limit, counter);
+    return counter.count;
+}
+
+/// Widens so many bytes of ASCII.
+template <unsigned long count>
+void widen(unsigned char const* source, wchar_t* destination)
+{
+    unsigned char bytes[count];
+    wchar_t wide[count];
+    std::memcpy(bytes, source, sizeof bytes);
+    for (unsigned long index = 0; index < count; ++index)
+        wide[index] = bytes[index];
+    std::memcpy(destination, wide, sizeof wide);
+}
+
+/// The same for any length, in blocks of which the last overlaps the one before.
+void widen(unsigned char const* source, unsigned long length, wchar_t* destination)
+{
+    if (length >= 16)
+    {
+        for (unsigned long index = 0; index < length - 16; index += 16)
+            widen<16>(source + index, destination + index);
+        widen<16>(source + length - 16, destination + length - 16);
+    }
+    else if (length >= 4)
+    {
+        for (unsigned long index = 0; index < length - 4; index += 4)
+            widen<4>(source + index, destination + index);
+        widen<4>(source + length - 4, destination + length - 4);
     }
     else
     {
-        if (first > 0xF4 || left < 4 || !is_continuation(text[1]) || !is_continuation(text[2]) ||
-            !is_continuation(text[3]))
-            return false;
-        walk.position += 4;
-        walk.surplus += in_utf16 && (first > 0xF0 || text[1] > 0x8F) ? 2 : 3;
+        for (unsigned long index = 0; index < length; ++index)
+            destination[index] = source[index];
     }
-    return true;
 }
 
-/// The length of the valid prefix of a text, in code points or in units of UTF-16. Reads nothing beyond the limit,
-/// and nothing beyond the byte that ends the text except as `ascii_run` does.
-template <bool in_utf16>
-[[gnu::noinline]] unsigned long measure(unsigned char const* source, unsigned long limit)
-{
-    utf8_walk walk = {0, 0};
-    while (walk.position != limit)
-    {
-        unsigned long const stop = limit - walk.position > short_run ? walk.position + short_run : limit;
-        while (walk.position != stop && source[walk.position] - 1U < 0x7F)
-            ++walk.position;
-        if (walk.position == stop)
-        {
-            walk.position += ascii_run(source + walk.position, limit - walk.position);
-            continue;
-        }
-        if (source[walk.position] == 0)
-            break;
-        do
-        {
-            if (!take_sequence<in_utf16>(source, limit, walk))
-                return walk.position - walk.surplus;
-        } while (walk.position != limit && source[walk.position] >= 0x80);
-    }
-    return walk.position - walk.surplus;
-}
-
-/// Widens 16 bytes if all of them are below 0x80; otherwise stores nothing.
-bool widen_ascii_block(unsigned char const* source, wchar_t* destination)
+bool is_ascii_block(unsigned char const* text)
 {
     std::uint64_t words[2];
-    std::memcpy(words, source, sizeof words);
-    if (((words[0] | words[1]) & highest_bits) != 0)
-        return false;
-    unsigned char bytes[16];
-    wchar_t wide[16];
-    std::memcpy(bytes, source, sizeof bytes);
-    for (unsigned int index = 0; index < 16; ++index)
-        wide[index] = static_cast<wchar_t>(bytes[index]);
-    std::memcpy(destination, wide, sizeof wide);
-    return true;
+    std::memcpy(words, text, sizeof words);
+    return ((words[0] | words[1]) & 0x8080808080808080) == 0;
 }
 
-/// Decodes one sequence of two to four bytes that is known to be valid, and moves `source` past it.
-wchar_t decode_valid(unsigned char const*& source)
+/// Reads eight bytes, of which the first becomes the highest.
+std::uint64_t load_word(unsigned char const* text)
 {
-    unsigned int const first = source[0];
-    unsigned int value;
-    if (first < 0xE0)
+    std::uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    return __builtin_bswap64(word);
+}
+
+/// Stores the lower half of `pair` and then the upper one as wide characters.
+void store_pair(std::uint64_t pair, wchar_t*& destination)
+{
+    std::memcpy(destination, &pair, sizeof pair);
+    destination += 2;
+}
+
+/// Decodes text that is known to be valid, from `source` until `end` is reached. Every character left takes at least
+/// one byte, so that eight bytes can be read where eight characters are left.
+void decode_valid(unsigned char const* source, wchar_t* to, wchar_t* const end)
+{
+    while (end - to >= longest_run)
     {
-        value = (first & 0x1F) << 6 | (source[1] & 0x3FU);
-        source += 2;
+        unsigned int run = 0;
+        while (run < longest_run && source[run] < 0x80)
+        {
+            to[run] = source[run];
+            ++run;
+        }
+        source += run;
+        to += run;
+        if (run == longest_run)
+        {
+            for (; end - to >= 16 && is_ascii_block(source); source += 16, to += 16)
+                widen<16>(source, to);
+            continue;
+        }
+        std::uint64_t word;
+        if (*source < 0xE0)
+        {
+            *to++ = static_cast<wchar_t>(value_of_two(source));
+            source += 2;
+        }
+        else if (*source < 0xF0)
+        {
+            // Two characters at once, in the halves of a word.
+            while (end - to >= longest_run && ((word = load_word(source)) & 0xF00000F000000000) == 0xE00000E000000000)
+            {
+                std::uint64_t const pair = word >> 40 | (word >> 16 & 0xFFFFFF) << 32;
+                store_pair((pair & 0x3F0000003F) | (pair >> 2 & 0xFC000000FC0) | (pair >> 4 & 0xF0000000F000), to);
+                source += 6;
+            }
+            if (*source >= 0xE0 && *source < 0xF0)
+            {
+                *to++ = static_cast<wchar_t>(value_of_three(source));
+                source += 3;
+            }
+        }
+        else
+        {
+            while (end - to >= longest_run && ((word = load_word(source)) & 0xF0000000F0000000) == 0xF0000000F0000000)
+            {
+                std::uint64_t const pair = word << 32 | word >> 32;
+                store_pair((pair & 0x3F0000003F) | (pair >> 2 & 0xFC000000FC0) | (pair >> 4 & 0x3F0000003F000) |
+                               (pair >> 6 & 0x1C0000001C0000),
+                           to);
+                source += 8;
+            }
+            if (*source >= 0xF0)
+            {
+                *to++ = static_cast<wchar_t>(value_of_four(source));
+                source += 4;
+            }
+        }
     }
-    else if (first < 0xF0)
+    while (to != end)
+        utf8_nqfW(to, source);
+}
+
+/// Copies units in blocks of four, of which the last overlaps the one before.
+void copy(wchar_t const* source, unsigned long length, wchar_t* destination)
+{
+    if (length < 4)
     {
-        value = (first & 0x0F) << 12 | (source[1] & 0x3FU) << 6 | (source[2] & 0x3FU);
-        source += 3;
+        for (unsigned long index = 0; index < length; ++index)
+            destination[index] = source[index];
+        return;
     }
-    else
-    {
-        value = (first & 0x07) << 18 | (source[1] & 0x3FU) << 12 | (source[2] & 0x3FU) << 6 | (source[3] & 0x3FU);
-        source += 4;
-    }
-    return static_cast<wchar_t>(value);
+    for (unsigned long index = 0; index < length - 4; index += 4)
+        std::memcpy(destination + index, source + index, 4 * sizeof(wchar_t));
+    std::memcpy(destination + length - 4, source + length - 4, 4 * sizeof(wchar_t));
+}
+
+/// Measures a text from `at` on. Kept apart, since it takes the registers of a walk of its own.
+[[gnu::noinline]] unsigned long measure_rest(unsigned char const* source, unsigned long at, unsigned long limit)
+{
+    Counter<false> counter;
+    walk(source, at, limit, limit, counter);
+    return counter.count;
+}
+
+/// Converts a text that is more than its leading ASCII. Kept apart, since it takes room on the stack.
+[[gnu::noinline, gnu::flatten]] unsigned long convert(unsigned char const* source, unsigned long limit,
+                                                      unsigned long ascii, wchar_t* destination, unsigned long capacity)
+{
+    Utf8ToWide const text(source, limit, ascii);
+    unsigned long const length = text.length();
+    if (length >= capacity)
+        return 0;
+    text.store(destination);
+    destination[length] = 0;
+    return length + 1;
 }
 
 } // namespace
+
+unsigned long ascii_length(unsigned char const* source, unsigned long limit)
+{
+    unsigned long length = 0;
+    while (limit - length >= longest_run)
+    {
+        unsigned int run = 0;
+        while (run < longest_run && is_ascii(source[length + run]))
+            ++run;
+        length += run;
+        if (run != longest_run)
+            return length;
+    }
+    while (length != limit && is_ascii(source[length]))
+        ++length;
+    return length;
+}
+
+Utf8ToWide::Utf8ToWide(unsigned char const* source, unsigned long limit, unsigned long ascii)
+    : m_source(source), m_ascii(ascii), m_left(0)
+{
+    // The last character that is decoded may reach behind the stop, and a run of ASCII does so too.
+    constexpr unsigned long longest = room - longest_round;
+    unsigned long const stop = limit - ascii > longest ? ascii + longest : limit;
+    Writer writer = {m_characters};
+    unsigned long const at = walk(source, ascii, stop, limit, writer);
+    m_decoded = static_cast<unsigned long>(writer.end - m_characters);
+    m_rest = source + at;
+    if (at >= stop && at != limit)
+        m_left = measure_rest(source, at, limit);
+}
+
+void Utf8ToWide::store(wchar_t* destination) const
+{
+    widen(m_source, m_ascii, destination);
+    destination += m_ascii;
+    copy(m_characters, m_decoded, destination);
+    destination += m_decoded;
+    decode_valid(m_rest, destination, destination + m_left);
+}
 
 unsigned long UTF8wstrlen(unsigned char const* source, unsigned long limit)
 {
@@ -194,37 +402,16 @@ unsigned long UTF8_To_nqfWChar(unsigned char const* src, unsigned long srcLen, w
 {
     if (src == nullptr)
         return 0;
-    unsigned long const length = measure<false>(src, srcLen);
-    unsigned long const needed = length + 1;
     if (dst == nullptr)
-        return needed;
-    if (needed > dstLen)
+        return UTF8wstrlen(src, srcLen) + 1;
+    unsigned long const ascii = ascii_length(src, srcLen);
+    if (ascii != srcLen && src[ascii] != 0)
+        return convert(src, srcLen, ascii, dst, dstLen);
+    if (ascii >= dstLen)
         return 0;
-
-    // What was measured is valid, so no character is refused below.
-    wchar_t* const end = dst + length;
-    while (dst != end)
-    {
-        if (*src >= 0x80)
-        {
-            *dst++ = decode_valid(src);
-            continue;
-        }
-        wchar_t* const stop = end - dst > short_run ? dst + short_run : end;
-        do
-            *dst++ = static_cast<wchar_t>(*src++);
-        while (dst != stop && *src < 0x80);
-        if (dst != stop)
-            continue;
-        // Every character left takes at least one byte, so 16 characters are at least 16 readable bytes.
-        while (end - dst >= 16 && widen_ascii_block(src, dst))
-        {
-            src += 16;
-            dst += 16;
-        }
-    }
-    *end = 0;
-    return needed;
+    widen(src, ascii, dst);
+    dst[ascii] = 0;
+    return ascii + 1;
 }
 
 } // namespace ORVA::String
