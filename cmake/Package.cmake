@@ -1,6 +1,6 @@
 # Debian packages, made by cpack -G DEB: liborva1, which programs run with (component Runtime), and liborva-dev, which they
 # are built with (component Development). ./dev package makes and checks them.
-if(NOT PROJECT_IS_TOP_LEVEL OR APPLE OR ORVA_STATIC)
+if(NOT PROJECT_SOURCE_DIR STREQUAL CMAKE_SOURCE_DIR OR APPLE OR ORVA_STATIC)
     return()
 endif()
 

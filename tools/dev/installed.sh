@@ -41,17 +41,16 @@ run_programs() {
     quietly diff "$PWD/tests/boundary/lifetime_output.txt" <("$1/lifetime" 2>&1)
 }
 
-# Builds and runs all examples with what is installed.
+# Builds and runs all examples with what is installed: its name, and what make has to know of it.
 use_installed() {
-    local form=$1 start=$SECONDS archive=()
-    [ -e "$root"/usr/lib/*/libORVA.so ] || archive=(ARCHIVE=1)
+    local form=$1 start=$SECONDS
     quietly cmake -S tests/installed -B "$installed/with-cmake" -G Ninja -D CMAKE_PREFIX_PATH="$root/usr" \
         -D CMAKE_CXX_FLAGS=-O0 -U '*_DIR'
     quietly cmake --build "$installed/with-cmake" -j "$jobs"
     run_programs "$installed/with-cmake" ''
     mkdir -p "$installed/with-pkg-config"
     PKG_CONFIG_PATH=$(dirname "$root"/usr/lib/*/pkgconfig/orva.pc) \
-        quietly make -C "$installed/with-pkg-config" -f "$PWD/tests/installed/Makefile" -j "$jobs" SOURCES="$PWD" "${archive[@]}"
+        quietly make -C "$installed/with-pkg-config" -f "$PWD/tests/installed/Makefile" -j "$jobs" SOURCES="$PWD" "${@:2}"
     LD_LIBRARY_PATH=$(echo "$root"/usr/lib/*/) run_programs "$installed/with-pkg-config" examples/
     echo "installed: $form: all examples are built and run with CMake and with pkg-config ($((SECONDS - start)) s)"
 }
@@ -76,9 +75,10 @@ use_absolute_places() {
     echo "installed: absolute places of libraries and headers are found"
 }
 
-# The files below the place, but for those that packages have for themselves.
+# The files below the place, but for those that packages have for themselves. The place of gdb's script tells where the library
+# was installed.
 installed_files() {
-    (cd "$root" && find . ! -type d ! -path '*/share/doc/*' | LC_ALL=C sort)
+    (cd "$root" && find . ! -type d ! -path '*/share/doc/*' | sed 's#/auto-load/.*/lib/#/auto-load/.../lib/#' | LC_ALL=C sort)
 }
 
 command_installed() {
@@ -92,15 +92,14 @@ command_installed() {
     use_installed "shared library"
 
     install_packages
-    # gdb's script is at a place that tells where the library was.
-    diff <(sed 's#/auto-load/.*/lib/#/auto-load/usr/lib/#' <<<"$files") <(installed_files) \
+    diff <(echo "$files") <(installed_files) \
         || { echo "dev: the packages do not have the same files" >&2 && exit 1; }
     use_installed "Debian packages"
 
     quietly cmake -B "$library" -D ORVA_STATIC=ON
     quietly cmake --build "$library" -j "$jobs"
     install_by_cmake
-    use_installed "archive"
+    use_installed "archive" ARCHIVE=1
 
     quietly cmake -B "$library" -D ORVA_STATIC=OFF
     use_absolute_places

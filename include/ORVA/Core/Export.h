@@ -5,6 +5,10 @@
 /// else is visible outside.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "libORVA needs C++17: compile with -std=c++17 or a later standard"
+#endif
+
 /// Marks a class or function of the library's boundary.
 #define ORVA_API __attribute__((visibility("default")))
 
