@@ -1,5 +1,7 @@
 #include "ORVA/String/Codecs.h"
 
+#include "cstringpool/text_blocks.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -103,40 +105,6 @@ extent measure_for_utf8(Unit const* source, unsigned long count)
     return {at, at + beyond_one};
 }
 
-/// Stores so many units of ASCII as bytes.
-template <unsigned long count>
-void narrow(wchar_t const* source, unsigned char* destination)
-{
-    wchar_t wide[count];
-    unsigned char bytes[count];
-    std::memcpy(wide, source, sizeof wide);
-    for (unsigned long index = 0; index < count; ++index)
-        bytes[index] = static_cast<unsigned char>(wide[index]);
-    std::memcpy(destination, bytes, sizeof bytes);
-}
-
-/// The same for any length, in blocks of which the last overlaps the one before.
-void narrow(wchar_t const* source, unsigned long length, unsigned char* destination)
-{
-    if (length >= 16)
-    {
-        for (unsigned long index = 0; index < length - 16; index += 16)
-            narrow<16>(source + index, destination + index);
-        narrow<16>(source + length - 16, destination + length - 16);
-    }
-    else if (length >= 4)
-    {
-        for (unsigned long index = 0; index < length - 4; index += 4)
-            narrow<4>(source + index, destination + index);
-        narrow<4>(source + length - 4, destination + length - 4);
-    }
-    else
-    {
-        for (unsigned long index = 0; index < length; ++index)
-            destination[index] = static_cast<unsigned char>(source[index]);
-    }
-}
-
 bool is_ascii_block(wchar_t const* source)
 {
     unsigned int units[16];
@@ -195,7 +163,7 @@ constexpr long longest_round = 12;
         if (run == longest_run)
         {
             for (; end - source >= 16 && is_ascii_block(source); source += 16, to += 16)
-                narrow<16>(source, to);
+                blocks::copy_units<16>(source, to);
             continue;
         }
         // Four bytes are stored of any character; what follows it overwrites those that do not count.
@@ -273,7 +241,7 @@ unsigned long nqfWChar_To_UTF8(wchar_t const* src, unsigned long srcLen, unsigne
     if (measured.size >= dstLen)
         return 0;
     if (measured.size == measured.units)
-        narrow(src, measured.units, dst);
+        blocks::copy_units(src, measured.units, dst);
     else
         encode(src, src + measured.units, dst);
     dst[measured.size] = 0;

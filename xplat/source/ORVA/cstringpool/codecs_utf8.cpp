@@ -1,6 +1,7 @@
 #include "cstringpool/utf8_to_wide.h"
 
 #include "ORVA/String/Codecs.h"
+#include "cstringpool/text_blocks.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -188,40 +189,6 @@ unsigned long measure(unsigned char const* source, unsigned long limit)
     return counter.count;
 }
 
-/// Widens so many bytes of ASCII.
-template <unsigned long count>
-void widen(unsigned char const* source, wchar_t* destination)
-{
-    unsigned char bytes[count];
-    wchar_t wide[count];
-    std::memcpy(bytes, source, sizeof bytes);
-    for (unsigned long index = 0; index < count; ++index)
-        wide[index] = bytes[index];
-    std::memcpy(destination, wide, sizeof wide);
-}
-
-/// The same for any length, in blocks of which the last overlaps the one before.
-void widen(unsigned char const* source, unsigned long length, wchar_t* destination)
-{
-    if (length >= 16)
-    {
-        for (unsigned long index = 0; index < length - 16; index += 16)
-            widen<16>(source + index, destination + index);
-        widen<16>(source + length - 16, destination + length - 16);
-    }
-    else if (length >= 4)
-    {
-        for (unsigned long index = 0; index < length - 4; index += 4)
-            widen<4>(source + index, destination + index);
-        widen<4>(source + length - 4, destination + length - 4);
-    }
-    else
-    {
-        for (unsigned long index = 0; index < length; ++index)
-            destination[index] = source[index];
-    }
-}
-
 bool is_ascii_block(unsigned char const* text)
 {
     std::uint64_t words[2];
@@ -261,7 +228,7 @@ void decode_valid(unsigned char const* source, wchar_t* to, wchar_t* const end)
         if (run == longest_run)
         {
             for (; end - to >= 16 && is_ascii_block(source); source += 16, to += 16)
-                widen<16>(source, to);
+                blocks::copy_units<16>(source, to);
             continue;
         }
         std::uint64_t word;
@@ -304,20 +271,6 @@ void decode_valid(unsigned char const* source, wchar_t* to, wchar_t* const end)
     }
     while (to != end)
         utf8_nqfW(to, source);
-}
-
-/// Copies units in blocks of four, of which the last overlaps the one before.
-void copy(wchar_t const* source, unsigned long length, wchar_t* destination)
-{
-    if (length < 4)
-    {
-        for (unsigned long index = 0; index < length; ++index)
-            destination[index] = source[index];
-        return;
-    }
-    for (unsigned long index = 0; index < length - 4; index += 4)
-        std::memcpy(destination + index, source + index, 4 * sizeof(wchar_t));
-    std::memcpy(destination + length - 4, source + length - 4, 4 * sizeof(wchar_t));
 }
 
 /// Measures a text from `at` on. Kept apart, since it takes the registers of a walk of its own.
@@ -376,9 +329,9 @@ Utf8ToWide::Utf8ToWide(unsigned char const* source, unsigned long limit, unsigne
 
 void Utf8ToWide::store(wchar_t* destination) const
 {
-    widen(m_source, m_ascii, destination);
+    blocks::copy_units(m_source, m_ascii, destination);
     destination += m_ascii;
-    copy(m_characters, m_decoded, destination);
+    blocks::copy_units(m_characters, m_decoded, destination);
     destination += m_decoded;
     decode_valid(m_rest, destination, destination + m_left);
 }
@@ -409,7 +362,7 @@ unsigned long UTF8_To_nqfWChar(unsigned char const* src, unsigned long srcLen, w
         return convert(src, srcLen, ascii, dst, dstLen);
     if (ascii >= dstLen)
         return 0;
-    widen(src, ascii, dst);
+    blocks::copy_units(src, ascii, dst);
     dst[ascii] = 0;
     return ascii + 1;
 }
