@@ -36,7 +36,10 @@ def look_at_all():
     look("utf8 utf16 ansi names")
     gdb.execute("set host-charset ASCII")
     look("accents")
-    gdb.execute("set host-charset UTF-8")
+    gdb.execute("set charset UTF-8")
+    gdb.execute("set target-charset ASCII")
+    look("accents")
+    gdb.execute("set charset UTF-8")
     say(execute("print/r title").partition(" = ")[2])
     go_on()
     look("empty track same_track own_handle stereo player plain numbers tracks no_tracks c_string handles no_thread")
@@ -118,7 +121,7 @@ def look_at_core():
     look("title names")
 
 
-for setting in ("width 0", "height 0", "print elements 20", "host-charset UTF-8", "print thread-events off",
+for setting in ("width 0", "height 0", "print elements 20", "charset UTF-8", "print thread-events off",
                 "print inferior-events off"):
     gdb.execute("set " + setting)
 LOOKS = {"all": look_at_all, "pool": look_at_pool, "core": look_at_core, "stripped": look_without_debug_information}

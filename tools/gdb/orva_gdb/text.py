@@ -11,21 +11,23 @@ PIECE = 256
 ESCAPES = {0: "\\0", 7: "\\a", 8: "\\b", 9: "\\t", 10: "\\n", 11: "\\v", 12: "\\f", 13: "\\r", 34: '\\"', 92: "\\\\"}
 
 
-def _host_charset():
+def _charsets():
+    """What the terminal can show, and what gdb can pass on there of a printer's text."""
     try:
-        return gdb.host_charset()
+        return gdb.host_charset(), gdb.target_charset()
     except AttributeError:  # before gdb 12
-        return "ASCII"
+        return ("ASCII",)
 
 
-def _shown(code, charset):
+def _shown(code, charsets):
     if code < 0:
         return "\\x%02X" % -code
     if code in ESCAPES:
         return ESCAPES[code]
     if code < 0x110000 and not 0xD800 <= code < 0xE000 and chr(code).isprintable():
         try:
-            chr(code).encode(charset)
+            for charset in charsets:
+                chr(code).encode(charset)
             return chr(code)
         except (UnicodeError, LookupError):
             pass
@@ -34,8 +36,8 @@ def _shown(code, charset):
 
 def quoted(codes, prefix="", is_cut=False):
     """A literal of character codes, with "..." behind it if there are more. A byte that is no character is negative."""
-    charset = _host_charset()
-    return '%s"%s"%s' % (prefix, "".join(_shown(code, charset) for code in codes), "..." if is_cut else "")
+    charsets = _charsets()
+    return '%s"%s"%s' % (prefix, "".join(_shown(code, charsets) for code in codes), "..." if is_cut else "")
 
 
 def quoted_bytes(data, encoding, prefix="", is_cut=False):
