@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 
@@ -31,13 +32,29 @@ public:
     /// The program's end; negative if there are no terminals here.
     int end() const { return m_end; }
 
-    /// What was written so far, 4095 bytes at most.
+    /// What was written so far. The system passes it on in its own time, so a mark is written behind it and waited for,
+    /// ten seconds at most.
     std::string seen() const
     {
-        char bytes[4096];
-        fcntl(m_master, F_SETFL, O_NONBLOCK);
-        ssize_t const size = read(m_master, bytes, sizeof bytes - 1);
-        return std::string(bytes, size > 0 ? static_cast<std::size_t>(size) : 0);
+        constexpr char mark = '\1';
+        std::string text;
+        if (write(m_end, &mark, 1) != 1)
+            return text;
+        pollfd ready = {m_master, POLLIN, 0};
+        while (poll(&ready, 1, 10000) == 1)
+        {
+            char bytes[4096];
+            ssize_t const size = read(m_master, bytes, sizeof bytes);
+            if (size <= 0)
+                break;
+            text.append(bytes, static_cast<std::size_t>(size));
+            if (text.back() == mark)
+            {
+                text.pop_back();
+                break;
+            }
+        }
+        return text;
     }
 
 private:
