@@ -1,4 +1,4 @@
-// The headers' version is that which the package was found with (FOUND_VERSION), and can be asked for by the preprocessor.
+// The headers' version is that which the package was found with (FOUND_VERSION), and the preprocessor can ask for it.
 #include "ORVA/Core.h"
 
 #include <cstdio>

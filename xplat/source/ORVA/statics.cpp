@@ -14,8 +14,8 @@
 #include "ORVA/String/Pool.h"
 #include "ORVA/String/PoolString.h"
 
-// In a shared library the loader makes them before the objects of whoever links it. In an archive they stand behind those of
-// the program, and need a place of their own before them. Where the system has no such places there is no archive.
+// In a shared library the loader makes them before the objects of whoever links it. In an archive they stand behind those
+// of the program, and need a place of their own before them. Where the system has no such places there is no archive.
 #if __has_cpp_attribute(gnu::init_priority)
 #define AT_LOAD [[gnu::init_priority(101)]]
 #else
