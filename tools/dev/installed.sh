@@ -85,6 +85,7 @@ command_installed() {
     ensure_compiler "${package_tools[@]}" make pkg-config
     local files start=$SECONDS
     make_packages "$library"
+    check_packages "$library"
     echo "installed: the library and its packages are built ($((SECONDS - start)) s)"
 
     install_by_cmake

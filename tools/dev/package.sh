@@ -1,6 +1,6 @@
 # ./dev package: the library as Debian packages, checked by lintian.
 
-package_tools=(dpkg-dev file gzip)
+package_tools=(dpkg-dev file gzip lintian)
 
 # Makes the packages in directory $1, with the flags that Debian gives its own.
 make_packages() {
@@ -16,9 +16,14 @@ make_packages() {
     } >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
 
+# What lintian has to say about the packages in directory $1. Errors and warnings count.
+check_packages() {
+    lintian --allow-root --fail-on error,warning "$1"/*.deb
+}
+
 command_package() {
-    ensure_compiler "${package_tools[@]}" lintian
+    ensure_compiler "${package_tools[@]}"
     make_packages build/package
-    lintian --allow-root --fail-on error,warning build/package/*.deb
+    check_packages build/package
     ls build/package/*.deb
 }
