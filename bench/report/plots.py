@@ -21,8 +21,11 @@ PEER_LINES = ["#d0561f", "#8793a8", "#b0892f", "#9b4f96"]
 WIDTH = 9.2
 ROW = 0.225
 LABEL = 8
-# Of each program the overview has the first comparisons that have a goal, and all that miss it.
+# Of each program the summary has the first comparisons that have a goal; the overview has more, and all that miss it.
+SUMMARY_ROWS = 2
 OVERVIEW_ROWS = 4
+# More than these in one picture are not looked at; the bars tell the same.
+MOST_PANELS = 12
 
 matplotlib.rcParams.update({
     "svg.hashsalt": "libORVA", "svg.fonttype": "none", "font.family": "DejaVu Sans", "font.size": 9,
@@ -88,19 +91,26 @@ def ratio_bars(path, groups, title, caption):
     save(figure, path, caption)
 
 
-def overview(path, programs, caption):
+def chosen(programs, rows, with_missed):
+    """Of each program the first comparisons with a goal, and those that miss it if that is asked for."""
     groups = []
     for program in programs:
         judged = [comparison for comparison in program.judged() if not comparison.missing]
-        first = judged[:OVERVIEW_ROWS]
-        groups.append((program.name, [c for c in judged if c in first or not c.met]))
-    groups = [group for group in groups if group[1]]
-    if not groups:
-        return False
+        first = judged[:rows]
+        groups.append((program.name, [c for c in judged if c in first or (with_missed and not c.met)]))
+    return [group for group in groups if group[1]]
+
+
+def overviews(directory, programs, caption):
+    """The picture of what misses its goal and of what stands beside it, and a short one. Returns their names by kind."""
     judged = sum(len(program.judged()) for program in programs)
     met = sum(len(program.met()) for program in programs)
-    ratio_bars(path, groups, f"libORVA beside its peers: {met} of {judged} goals are met", caption)
-    return True
+    if judged == 0:
+        return {}
+    title = f"libORVA beside its peers: {met} of {judged} goals are met"
+    ratio_bars(f"{directory}/overview.svg", chosen(programs, OVERVIEW_ROWS, True), title, caption)
+    ratio_bars(f"{directory}/summary.svg", chosen(programs, SUMMARY_ROWS, False), title, caption)
+    return {"overview": ["overview.svg"], "summary": ["summary.svg"]}
 
 
 def room_for_legend(series):
@@ -127,7 +137,7 @@ def plain_numbers(axis):
 def sweeps(path, program, caption):
     """Time over size, a panel for each group of series that are compared."""
     groups = program.sweeps()
-    if not groups:
+    if not 0 < len(groups) <= MOST_PANELS:
         return False
     height = 2.5 * len(groups) + 0.8
     figure, panels = plt.subplots(len(groups), 1, figsize=(WIDTH, height), squeeze=False)
@@ -193,9 +203,7 @@ def scale_picture(directory, unit, chosen, caption):
 
 def draw(directory, programs, scale_source):
     """Draws all pictures. Returns their names, by program."""
-    pictures = {}
-    if overview(f"{directory}/overview.svg", programs, tables.caption(programs)):
-        pictures["overview"] = ["overview.svg"]
+    pictures = overviews(directory, programs, tables.caption(programs))
     for program in programs:
         caption = tables.caption([program])
         shown = [comparison for comparison in program.comparisons if not comparison.missing]

@@ -251,7 +251,7 @@ class Pictures(InDirectory):
     def test_are_the_same_for_the_same_results(self):
         self.measure()
         first = self.draw()
-        self.assertEqual(sorted(first), ["overview.svg", "some.svg", "some_sizes.svg"])
+        self.assertEqual(sorted(first), ["overview.svg", "some.svg", "some_sizes.svg", "summary.svg"])
         self.assertEqual(self.draw(), first)
 
     def test_tell_the_machine_and_the_day_of_the_results(self):
@@ -267,6 +267,21 @@ class Pictures(InDirectory):
         self.assertEqual([text in overview for text in ("met 0", "met 3", "met 4", "missed", "a pair")],
                          [True, True, False, True, False])
         self.assertIn("5 of 6 goals are met", overview)
+
+    def test_the_summary_has_the_first_comparisons_and_no_others(self):
+        self.write("some", "".join(f"met {n} ; own ; peer ; < 1\n" for n in range(3)) + "missed ; peer ; own ; < 1\n",
+                   [run("own", 1), run("peer", 2)])
+        summary = self.draw()["summary.svg"]
+        self.assertEqual([text in summary for text in ("met 0", "met 1", "met 2", "missed")],
+                         [True, True, False, False])
+        self.assertIn("3 of 4 goals are met", summary)
+
+    def test_more_panels_than_anybody_looks_at_are_left_to_the_bars(self):
+        for groups, is_drawn in ((plots.MOST_PANELS, True), (plots.MOST_PANELS + 1, False)):
+            heads = [f"{who}{number}" for number in range(groups) for who in ("own", "peer")]
+            self.write("some", "".join(f"{n} ; own{n}/1 ; peer{n}/1 ; -\n" for n in range(groups)),
+                       [run(f"{head}/{size}", size) for head in heads for size in (1, 2, 3)])
+            self.assertEqual("some_sizes.svg" in self.draw(), is_drawn)
 
     def test_scale_has_a_picture_for_each_unit(self):
         self.measure()
