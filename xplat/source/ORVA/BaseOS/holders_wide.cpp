@@ -2,10 +2,30 @@
 #include "ORVA/String/CodePage1252.h"
 #include "ORVA/String/Codecs.h"
 #include "ORVA/String/Holders.h"
+#include "cstringpool/text_blocks.h"
 #include "cstringpool/utf8_to_wide.h"
 
 namespace ORVA::String
 {
+
+namespace
+{
+
+// A text that is more than its leading ASCII. Kept apart, since it takes room on the stack.
+[[gnu::noinline]] ConvertedText<wchar_t> convert(unsigned char const* source, unsigned long ascii)
+{
+    Utf8ToWide const measured(source, no_limit, ascii);
+    unsigned long const length = measured.length();
+    wchar_t* const text = allocate_elements<wchar_t>(length + 1);
+    if (text)
+    {
+        measured.store(text);
+        text[length] = 0;
+    }
+    return {text, length};
+}
+
+} // namespace
 
 CNQFWChar& CNQFWChar::operator=(CNQFWChar const& source)
 {
@@ -33,15 +53,17 @@ CNQFWChar& CNQFWChar::operator=(unsigned char const* source)
         _adopt(nullptr, 0);
         return *this;
     }
-    Utf8ToWide const measured(source, no_limit, ascii_length(source, no_limit));
-    unsigned long const length = measured.length();
-    wchar_t* const text = allocate_elements<wchar_t>(length + 1);
-    if (text)
+    unsigned long const ascii = ascii_length(source, no_limit);
+    if (source[ascii] != 0)
     {
-        measured.store(text);
-        text[length] = 0;
+        auto const converted = convert(source, ascii);
+        _adopt(converted.text, converted.length);
+        return *this;
     }
-    _adopt(text, length);
+    wchar_t* const text = allocate_elements<wchar_t>(ascii + 1);
+    if (text)
+        blocks::copy_units(source, ascii + 1, text);
+    _adopt(text, ascii);
     return *this;
 }
 

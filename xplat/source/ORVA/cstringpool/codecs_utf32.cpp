@@ -195,8 +195,9 @@ constexpr long longest_round = 12;
             } while (character >= 0x10000 && end - source >= 4);
         }
     }
-    while (source != end)
-        nqfW_utf8(to, source);
+    while (source != end && nqfW_utf8(to, source) != 0)
+    {
+    }
 }
 
 } // namespace

@@ -93,7 +93,7 @@ constexpr unsigned long longest_round = longest_run + 4;
 
 /// Hands the characters of a text to `sink` from the byte at `at` on, until one begins at `stop` or behind it, and
 /// gives where it begins. If the text ends before, at a byte that is no character, at a 0 or at its limit, gives
-/// where it ends, which is then before `stop`.
+/// where it ends. As a round takes more than one character, that too may be behind `stop`, but by less than a round.
 ///
 /// A byte is looked at only if the ones before it are valid, so that nothing is read behind the end of the text.
 template <class Sink>
@@ -269,8 +269,9 @@ void decode_valid(unsigned char const* source, wchar_t* to, wchar_t* const end)
             }
         }
     }
-    while (to != end)
-        utf8_nqfW(to, source);
+    while (to != end && utf8_nqfW(to, source) != 0)
+    {
+    }
 }
 
 /// Measures a text from `at` on. Kept apart, since it takes the registers of a walk of its own.

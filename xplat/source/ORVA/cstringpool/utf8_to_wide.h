@@ -26,8 +26,8 @@ public:
     void store(wchar_t* destination) const;
 
 private:
-    /// 4 KB, most often of the stack.
-    static constexpr unsigned long room = 1024;
+    /// 1 KB, most often of the stack, which may be a small one.
+    static constexpr unsigned long room = 256;
 
     unsigned char const* m_source;
     unsigned long m_ascii;
