@@ -90,7 +90,9 @@ def page(programs, pictures, mistakes):
     """README.md of the results. `pictures` are names of files by the program's name; "overview" and "scale" too."""
     judged = sum(len(program.judged()) for program in programs)
     met = sum(len(program.met()) for program in programs)
-    lines = ["# Measured", "",
+    sections = [program.name for program in programs] + (["by number of strings"] if pictures.get("scale") else [])
+    contents = " · ".join(f"[{name}](#{name.replace(' ', '-')})" for name in sections)
+    lines = ["# Results of the benchmarks", "", "Contents: " + contents, "",
              "Written by `./dev bench`; [how to read, run and add a benchmark](../README.md), "
              "[why it is as fast as it is](../../docs/performance.md).", "",
              "The ratio is the library's time by the peer's, medians of repetitions in one run: below 1 the",
@@ -99,7 +101,7 @@ def page(programs, pictures, mistakes):
              f"**{met} of {judged} goals are met.**", ""]
     if mistakes:
         lines += ["**This page is not complete:**", ""] + [f"- {mistake}" for mistake in mistakes] + [""]
-    lines += [f"![Ratios of all programs]({name})\n" for name in pictures.get("overview", [])]
+    lines += [f"![The first comparisons of each program, and all that miss their goal]({name})\n" for name in pictures.get("overview", [])]
 
     lines += ["## Where", ""]
     groups = [(where, list(group)) for where, group in
@@ -115,7 +117,9 @@ def page(programs, pictures, mistakes):
         lines += [f"## {program.name}", "", circumstances(program), ""] + table(program) + [""]
         lines += [f"![{program.name}]({name})\n" for name in pictures.get(program.name, [])]
     if pictures.get("scale"):
-        lines += ["## By number of strings", ""]
+        lines += ["## By number of strings", "",
+                  "Each number of strings once, in a process of its own; the names are asked for in random order. Differences",
+                  "of a fifth mean little.", ""]
         lines += [f"![By number of strings]({name})\n" for name in pictures["scale"]]
     return "\n".join(lines).rstrip("\n") + "\n"
 

@@ -11,8 +11,8 @@ namespace ORVA::String
 {
 
 // An open-addressed table of records by case-sensitive hash. It stands beside the table that owns the strings, holds no
-// references, and is there because a look-up in it touches one cache line and the record, where the bisection of a bucket
-// touches five or six.
+// references, and is there because a look-up in it touches one cache line and the record, where a search in a bucket
+// touches several.
 //
 // A slot is the record's address with 16 bits of its hash in the upper bits, which addresses leave free, so that a
 // record is looked at only if these agree. Slots are probed in a row, and a removal closes the gap. The lowest bit of
