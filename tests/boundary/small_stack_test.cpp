@@ -12,14 +12,6 @@
 
 #include <pthread.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SANITIZER_ENLARGES_STACKS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define SANITIZER_ENLARGES_STACKS 1
-#endif
-#endif
-
 namespace
 {
 
@@ -100,7 +92,6 @@ unsigned long stack_of(void (*work)())
     return left_by(do_nothing) - left_by(work);
 }
 
-#ifndef SANITIZER_ENLARGES_STACKS
 TEST(StackUse, of_conversions_of_long_texts_is_small)
 {
     EXPECT_LT(stack_of(convert), 2048U);
@@ -108,7 +99,6 @@ TEST(StackUse, of_conversions_of_long_texts_is_small)
     EXPECT_LT(stack_of(hold), 2048U);
     EXPECT_LT(stack_of(pool), 3072U);
 }
-#endif
 
 wchar_t const* answer = nullptr;
 
