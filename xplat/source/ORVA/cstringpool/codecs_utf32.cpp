@@ -13,8 +13,7 @@ namespace ORVA::String
 namespace
 {
 
-/// Units that are looked at together.
-constexpr unsigned int longest_run = 8;
+using blocks::longest_run;
 
 /// The units of a text before its first 0, at most `limit`.
 template <class Unit>

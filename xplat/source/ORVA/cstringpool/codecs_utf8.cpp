@@ -34,6 +34,8 @@ const unsigned char sUTF8Lut[256] = {
 namespace
 {
 
+using blocks::longest_run;
+
 /// Whether a byte is from 0x01 to 0x7F.
 bool is_ascii(unsigned char byte)
 {
@@ -84,9 +86,6 @@ struct Writer
     void put(unsigned int character) { *end++ = static_cast<wchar_t>(character); }
     void put_large(unsigned int character) { put(character); }
 };
-
-/// ASCII characters that are taken together.
-constexpr unsigned int longest_run = 8;
 
 /// What one round of the walk may take at most: a run, and a sequence of four bytes.
 constexpr unsigned long longest_round = longest_run + 4;

@@ -9,6 +9,9 @@ namespace ORVA::String::blocks
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "units are put together in words, the first one lowest");
 
+/// Units that a walk looks at before it looks for blocks.
+inline constexpr unsigned int longest_run = 8;
+
 /// Stores so many units as units of a width that is enough for their values, ASCII as bytes for one.
 template <unsigned long count, class Source, class Destination>
 void copy_units(Source const* source, Destination* destination)
