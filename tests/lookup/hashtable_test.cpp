@@ -472,4 +472,34 @@ TEST_F(HashTable, KeyTableReportsABadLength)
     EXPECT_EQ(log.take(), support::LogMessages{support::failed_condition(length_text)});
 }
 
+// A handle on a block that is not counted.
+class StaticItem : public CPObjectMemory
+{
+public:
+    StaticItem()
+    {
+        static ORVA::Buffers::tagCPOVTABL const type = {};
+        static struct
+        {
+            ORVA::Buffers::tagCPOMEMHEADER header = {0, sizeof(int), sizeof(int), &type};
+            int payload = 0;
+        } block;
+        m_pMH = &block.header;
+    }
+};
+
+TEST_F(HashTable, AStaticItemIsEnteredAndStaysUncounted)
+{
+    StaticItem const item;
+    {
+        KeyTable table(4);
+        CPObjectMemory const entered = table.AddItem(1, item, eHashKeepKey);
+        EXPECT_EQ(entered, item);
+        EXPECT_EQ(table.AddItem(2, item, eHashKeepKey), item);
+        EXPECT_EQ(item.lockcnt(), 0U);
+        EXPECT_EQ(table.FindItem(2, CPObjectMemory()), item);
+    }
+    EXPECT_EQ(item.lockcnt(), 0U);
+}
+
 } // namespace

@@ -306,4 +306,41 @@ TEST_F(ObjectVector, elements_are_reached_by_index_and_by_iteration)
     EXPECT_EQ(empty.GetCount(), 0U);
 }
 
+// Of one byte, so that 2^32 of them have a size that can be told.
+struct CountedByte
+{
+    CountedByte() { ++made; }
+    CountedByte(CountedByte const&) { ++copied; }
+    CountedByte& operator=(CountedByte const&) = delete;
+    ~CountedByte() { ++destroyed; }
+
+    static unsigned int made;
+    static unsigned int copied;
+    static unsigned int destroyed;
+    unsigned char byte = 0;
+};
+
+unsigned int CountedByte::made = 0;
+unsigned int CountedByte::copied = 0;
+unsigned int CountedByte::destroyed = 0;
+
+TEST(ObjectVectorType, counts_elements_in_32_bits)
+{
+    tagCPOVTABL const& type = CPObjectVector<CountedByte>::_vtbl;
+    alignas(16) unsigned char payload[4] = {};
+    alignas(16) unsigned char other[4] = {};
+    for (unsigned int beyond : {0U, 3U})
+    {
+        unsigned long const size = (1UL << 32) + beyond;
+        CountedByte::made = CountedByte::copied = CountedByte::destroyed = 0;
+        type._create(payload, size);
+        EXPECT_EQ(CountedByte::made, beyond);
+        type._clone(other, payload, size);
+        EXPECT_EQ(CountedByte::copied, beyond);
+        type._finalize(payload, size);
+        type._finalize(other, size);
+        EXPECT_EQ(CountedByte::destroyed, 2 * beyond);
+    }
+}
+
 } // namespace

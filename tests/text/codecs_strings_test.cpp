@@ -325,4 +325,52 @@ TEST(TextConversion, MeasureAndCharacterConvertersAgreeOnAnyUnits)
     }
 }
 
+// ---- Texts that are stored over themselves ----
+
+// What is stored is never longer than what was read of the wide text, and no shorter than what is read of the UTF-8 behind
+// it: conversion from the first character to the last needs no second buffer.
+
+std::vector<wchar_t> mixed_text(unsigned long length, wchar_t every_third)
+{
+    std::vector<wchar_t> text;
+    for (unsigned long index = 0; index < length; ++index)
+        text.push_back(index % 3 == 1 ? every_third : static_cast<wchar_t>('a' + index % 26));
+    text.push_back(0);
+    return text;
+}
+
+TEST(OverlappingTexts, WideTextBecomesUTF8InItsPlace)
+{
+    for (wchar_t every_third : {L'x', L'\u00E9', L'\u20AC', L'\U0001F600'})
+    {
+        for (unsigned long length = 0; length < 100; ++length)
+        {
+            std::vector<wchar_t> text = mixed_text(length, every_third);
+            std::vector<unsigned char> expected(4 * text.size());
+            unsigned long const size = nqfWChar_To_UTF8(text.data(), no_limit, expected.data(), expected.size());
+            auto* const place = reinterpret_cast<unsigned char*>(text.data());
+            ASSERT_EQ(nqfWChar_To_UTF8(text.data(), no_limit, place, expected.size()), size);
+            ASSERT_TRUE(std::equal(place, place + size, expected.begin())) << length;
+        }
+    }
+}
+
+TEST(OverlappingTexts, UTF8AtTheEndOfABufferBecomesWideTextInIt)
+{
+    for (wchar_t every_third : {L'x', L'\u00E9', L'\u20AC', L'\U0001F600'})
+    {
+        for (unsigned long length = 0; length < 700; length += length < 100 ? 1 : 37)
+        {
+            std::vector<wchar_t> const expected = mixed_text(length, every_third);
+            std::vector<unsigned char> bytes(4 * expected.size());
+            unsigned long const size = nqfWChar_To_UTF8(expected.data(), no_limit, bytes.data(), bytes.size());
+            std::vector<wchar_t> buffer(expected.size());
+            unsigned char* const source = reinterpret_cast<unsigned char*>(buffer.data() + buffer.size()) - size;
+            std::copy_n(bytes.begin(), size, source);
+            ASSERT_EQ(UTF8_To_nqfWChar(source, no_limit, buffer.data(), buffer.size()), expected.size());
+            ASSERT_EQ(buffer, expected) << length;
+        }
+    }
+}
+
 } // namespace
